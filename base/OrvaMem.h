@@ -1,0 +1,19 @@
+// The library's heap allocator for blocks that cross component boundaries
+// (a block from MyMemAlloc must be released with MyMemFree, never free()).
+
+#ifndef QUARN_BASE_ORVAMEM_H_
+#define QUARN_BASE_ORVAMEM_H_
+
+#include <stddef.h>
+
+namespace Orva {
+
+// Allocates `size` bytes; `source` and `line` name the caller for
+// diagnostics. Returns null when memory runs out.
+void* MyMemAlloc(size_t size, const char* source, int line);
+// Releases a block from MyMemAlloc; null is allowed.
+void MyMemFree(void* block);
+
+}  // namespace Orva
+
+#endif  // QUARN_BASE_ORVAMEM_H_
