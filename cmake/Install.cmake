@@ -6,8 +6,14 @@ install(TARGETS quarn_common EXPORT quarn_commonTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(FILES ${PROJECT_SOURCE_DIR}/include/quarn_common.h
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/pat
-        DESTINATION ${CMAKE_INSTALL_LIBDIR})
+foreach(dir ${QUARN_REFERENCE_DIRS})
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/${dir}
+          DESTINATION ${CMAKE_INSTALL_LIBDIR})
+endforeach()
+foreach(file ${QUARN_REFERENCE_FILES})
+  install(FILES ${PROJECT_SOURCE_DIR}/examples/${file}
+          DESTINATION ${CMAKE_INSTALL_LIBDIR})
+endforeach()
 
 set(QUARN_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/quarn_common)
 install(EXPORT quarn_commonTargets NAMESPACE quarn_common::
