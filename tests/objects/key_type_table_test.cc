@@ -1,0 +1,203 @@
+#include <string.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "objects/CKeyTypeTable.h"
+#include "support/TempDir.h"
+
+namespace {
+
+uint64_t Text(CKeyTypeTable& t, const std::string& s) {
+  return t.TextMatch(s.data(), s.size());
+}
+uint64_t Head(CKeyTypeTable& t, const std::string& s) {
+  return t.HeadMatch(s.data(), s.size());
+}
+uint64_t Exact(CKeyTypeTable& t, const std::string& s) {
+  return t.FindExact(s.data(), s.size());
+}
+
+std::string WriteTemp(const std::string& name, const std::string& bytes) {
+  std::string path = quarn_test::MakeTempDir("keytable") + "/" + name;
+  quarn_test::WriteFile(path, bytes);
+  return path;
+}
+
+// A table with room for `pieces` pieces in each piece table.
+void Build(CKeyTypeTable* t, uint64_t pieces) {
+  ASSERT_EQ(1, t->Create(pieces, pieces, 256, 65536));
+}
+
+void Add(CKeyTypeTable* t, uint64_t mask, const std::string& key) {
+  ASSERT_EQ(1, t->AddBinaryKey(mask, key.data(), key.size())) << key;
+}
+
+TEST(KeyTypeTableTest, XmlFileTypesFormatsAndQueries) {
+  // "\xB0\x41" is one GBK character whose second byte is "A": lowering the
+  // key must leave it alone.
+  const std::string xml =
+      "<?xml version=\"1.0\" encoding=\"GBK\"?><keywords><version>7</version>"
+      "<type id=\"65\"><key>ABC</key><key format=\"b\">4142</key>"
+      "<key format=\"b\">" +
+      std::string(200, 'a') +
+      "</key>"
+      "<key format=\"b\">41zz</key><key></key></type>"
+      "<type id=\"3\"><key>X\xB0\x41Y</key></type>"
+      "<type id=\"0\"><key>zero</key></type><type><key>none</key></type>"
+      "</keywords>";
+  CKeyTypeTable t;
+  EXPECT_EQ(0u, Text(t, "abc"));  // not built yet
+  ASSERT_EQ(1, t.Load_xml(WriteTemp("sample.kw.xml", xml).c_str()));
+  EXPECT_EQ(7u, t.GetVersion());
+  std::string name;
+  t.GetConfigName(name);
+  EXPECT_EQ("sample.kw", name);
+  EXPECT_EQ(3u, t.KeyCount());
+
+  EXPECT_EQ(2u, Text(t, "xxabcxx"));
+  EXPECT_EQ(0u, Text(t, "xxAbCxx"));  // texts are matched as given
+  EXPECT_EQ(2u, Text(t, "--AB--"));   // binary keys keep their case
+  EXPECT_EQ(2u, Head(t, "abcdef"));
+  EXPECT_EQ(0u, Exact(t, "abcdef"));
+  EXPECT_EQ(2u, Exact(t, "abc"));
+  EXPECT_EQ(0u, Head(t, "xabc"));
+  EXPECT_EQ(8u, Text(t, "..x\xB0\x41y.."));
+  EXPECT_EQ(0u, Text(t, "zero none"));
+  EXPECT_EQ(0u, Text(t, "a"));  // shorter than every piece
+
+  EXPECT_EQ(0, t.Load_xml("/nonexistent/keys.xml"));
+  EXPECT_EQ(0, t.Load_xml(WriteTemp("bad.xml", "<keywords><type").c_str()));
+  EXPECT_EQ(2u, Text(t, "abc"));  // failed loads change nothing
+}
+
+TEST(KeyTypeTableTest, TextFileLines) {
+  const std::string ini =
+      "secret,1\n"
+      "draft,0\n"
+      "nocomma\n"
+      "bad,x\n"
+      "Upper,1\r\n"
+      "q,1\n";
+  CKeyTypeTable t;
+  ASSERT_EQ(1, t.Load_ini(WriteTemp("keys.txt", ini).c_str()));
+  EXPECT_EQ(3u, t.KeyCount());
+  EXPECT_EQ(2u, Text(t, "top secret"));
+  EXPECT_EQ(0u, Text(t, "a draft nocomma bad"));
+  EXPECT_EQ(2u, Text(t, "Upper"));
+  EXPECT_EQ(0u, Text(t, "upper"));
+  EXPECT_EQ(2u, Head(t, "q"));
+  EXPECT_EQ(0, t.Load_ini("/nonexistent/keys.txt"));
+
+  // A file whose keys are all one byte long builds only the one-byte table.
+  CKeyTypeTable single;
+  ASSERT_EQ(1, single.Load_ini(WriteTemp("one.txt", "a,1\nb,1\n").c_str()));
+  EXPECT_EQ(2u, Head(single, "a"));
+  EXPECT_EQ(0u, Head(single, "ab"));
+  EXPECT_EQ(2u, Text(single, "xxb"));
+
+  // A file with nothing storable leaves the table as it was.
+  ASSERT_EQ(1, single.Load_ini(WriteTemp("none.txt", "no lines\n").c_str()));
+  EXPECT_EQ(2u, Text(single, "a"));
+}
+
+TEST(KeyTypeTableTest, OrderedAllAndAnyPieces) {
+  CKeyTypeTable t;
+  Build(&t, 32);
+  Add(&t, 1, "ab*cd");
+  Add(&t, 2, "ef,gh");
+  Add(&t, 4, "ij|kl");
+  Add(&t, 8, "m*no");  // a one-byte piece in an ordered key
+  EXPECT_EQ(1u, Text(t, "ab..cd"));
+  EXPECT_EQ(0u, Text(t, "cd..ab"));
+  EXPECT_EQ(1u, Text(t, "cd..ab..cd"));
+  EXPECT_EQ(2u, Text(t, "gh..ef"));
+  EXPECT_EQ(0u, Text(t, "gh..e"));
+  EXPECT_EQ(4u, Text(t, "..kl"));
+  EXPECT_EQ(4u | 2u | 1u, Text(t, "ij ef ab gh cd"));
+  EXPECT_EQ(8u, Text(t, "m no"));
+  EXPECT_EQ(0u, Text(t, "no m"));
+  // A repeated ordered piece needs two occurrences.
+  Add(&t, 16, "zz*zz");
+  EXPECT_EQ(0u, Text(t, "-zz-"));
+  EXPECT_EQ(16u, Text(t, "-zz-zz"));
+  // The same holds across the two piece tables.
+  Add(&t, 32, "p*pq");
+  EXPECT_EQ(0u, Text(t, "pq"));
+  EXPECT_EQ(32u, Text(t, "p pq"));
+}
+
+TEST(KeyTypeTableTest, QueriesLeaveNoState) {
+  CKeyTypeTable t;
+  Build(&t, 16);
+  Add(&t, 1, "ab,cd");
+  Add(&t, 2, "ab*cd");
+  // Half a keyword in one query does not carry into the next.
+  EXPECT_EQ(0u, Text(t, "ab"));
+  EXPECT_EQ(0u, Text(t, "cd"));
+  EXPECT_EQ(0u, Head(t, "ab"));
+  EXPECT_EQ(0u, Exact(t, "cd"));
+  EXPECT_EQ(3u, Text(t, "abcd"));
+  EXPECT_EQ(3u, Text(t, "abcd"));
+  EXPECT_EQ(1u, Text(t, "cdab"));
+}
+
+TEST(KeyTypeTableTest, RefusedKeysAndCapacity) {
+  CKeyTypeTable t;
+  const char key[] = "abc";
+  EXPECT_EQ(0, t.AddBinaryKey(1, key, 3));  // no table yet
+  ASSERT_EQ(1, t.Create(0, 2, 0, 16));
+  EXPECT_EQ(0, t.AddBinaryKey(1, "a", 1));  // no one-byte table
+  EXPECT_EQ(0, t.AddBinaryKey(1, "ab,c", 4));
+  EXPECT_EQ(0, t.AddBinaryKey(1, "ab,cd|ef", 8));  // mixed separators
+  EXPECT_EQ(0, t.AddBinaryKey(1, "", 0));
+  EXPECT_EQ(0, t.AddBinaryKey(1, "ab,cd,ef", 8));  // three pieces, two nodes
+  EXPECT_EQ(0u, t.KeyCount());
+  EXPECT_EQ(1, t.AddBinaryKey(1, "ab,cd", 5));
+  EXPECT_EQ(0, t.AddBinaryKey(1, "ef", 2));
+  EXPECT_EQ(1u, Text(t, "cdab"));
+  EXPECT_EQ(0u, Text(t, "ef"));
+  t.Destroy();
+  EXPECT_EQ(0u, Text(t, "cdab"));
+  EXPECT_EQ(0u, t.KeyCount());
+}
+
+// Single-piece keywords against a plain search, over random text from a
+// small alphabet so that pieces share buckets and prefixes.
+TEST(KeyTypeTableTest, AgreesWithPlainSearch) {
+  std::mt19937 rng(12345);
+  auto random_text = [&rng](size_t n) {
+    std::string s;
+    for (size_t i = 0; i < n; ++i) s += static_cast<char>('a' + rng() % 4);
+    return s;
+  };
+  for (int round = 0; round < 20; ++round) {
+    CKeyTypeTable t;
+    Build(&t, 64);
+    std::vector<std::string> keys;
+    for (int k = 0; k < 40; ++k) {
+      keys.push_back(random_text(1 + rng() % 6));
+      Add(&t, uint64_t{1} << k, keys.back());
+    }
+    for (int q = 0; q < 20; ++q) {
+      std::string text = random_text(rng() % 24);
+      uint64_t text_mask = 0, head_mask = 0, exact_mask = 0;
+      for (size_t k = 0; k < keys.size(); ++k) {
+        const std::string& key = keys[k];
+        if (text.find(key) != std::string::npos) text_mask |= uint64_t{1} << k;
+        bool one = key.size() == 1;
+        if ((text.size() == 1) == one && text.compare(0, key.size(), key) == 0)
+          head_mask |= uint64_t{1} << k;
+        if (text == key) exact_mask |= uint64_t{1} << k;
+      }
+      EXPECT_EQ(text_mask, Text(t, text)) << text;
+      EXPECT_EQ(head_mask, Head(t, text)) << text;
+      EXPECT_EQ(exact_mask, Exact(t, text)) << text;
+    }
+  }
+}
+
+}  // namespace
