@@ -29,6 +29,11 @@ install(FILES ${PROJECT_BINARY_DIR}/quarn_commonConfig.cmake
               ${PROJECT_BINARY_DIR}/quarn_commonConfigVersion.cmake
         DESTINATION ${QUARN_CMAKE_DIR})
 
+# The pkg-config file finds its prefix from its own place, so an install
+# with `cmake --install --prefix` anywhere stays usable.
+file(RELATIVE_PATH QUARN_PC_TO_PREFIX
+     /root/${CMAKE_INSTALL_LIBDIR}/pkgconfig /root)
+string(REGEX REPLACE "/$" "" QUARN_PC_TO_PREFIX "${QUARN_PC_TO_PREFIX}")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/quarn_common.pc.in
                ${PROJECT_BINARY_DIR}/quarn_common.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/quarn_common.pc
