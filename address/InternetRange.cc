@@ -1,5 +1,7 @@
 #include "address/InternetRange.h"
 
+#include "base/BuiltinTexts_internal.h"
+
 #include "address/AddressPredicates.h"
 #include "address/InternetRange_internal.h"
 #include "base/OrvaPath.h"
@@ -44,21 +46,18 @@ const INTERNET_IP_DESC* RefinedUnknownDesc() {
   return d;
 }
 const INTERNET_IP_DESC* IntranetDesc() {
-  // "内网" (intranet)
   static const INTERNET_IP_DESC* d =
-      FixedDesc(kAreaIntranet, "\xC4\xDA\xCD\xF8");
+      FixedDesc(kAreaIntranet, quarn_texts::kAreaIntranetName);
   return d;
 }
 const INTERNET_IP_DESC* DomesticDesc() {
-  // "国内" (domestic)
   static const INTERNET_IP_DESC* d =
-      FixedDesc(kAreaDomestic, "\xB9\xFA\xC4\xDA");
+      FixedDesc(kAreaDomestic, quarn_texts::kAreaDomesticName);
   return d;
 }
 const INTERNET_IP_DESC* ForeignDesc() {
-  // "国外" (foreign)
   static const INTERNET_IP_DESC* d =
-      FixedDesc(kAreaForeign, "\xB9\xFA\xCD\xE2");
+      FixedDesc(kAreaForeign, quarn_texts::kAreaForeignName);
   return d;
 }
 

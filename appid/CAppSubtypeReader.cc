@@ -2,22 +2,15 @@
 
 #include <string.h>
 
+#include "base/BuiltinTexts_internal.h"
 #include "base/OrvaPath.h"
 
 namespace {
 
-// Built-in display texts (GBK).
-// "系统暂未判定": not yet decided by the system.
-const char kTextNotJudged[] =
-    "\xcf\xb5\xcd\xb3\xd4\xdd\xce\xb4\xc5\xd0\xb6\xa8";
-// "已删除自定义应用": deleted user-defined application.
-const char kTextDeletedUserApp[] =
-    "\xd2\xd1\xc9\xbe\xb3\xfd\xd7\xd4\xb6\xa8\xd2\xe5\xd3\xa6\xd3\xc3";
-// "系统未定义应用": application not defined by the system.
-const char kTextUndefinedApp[] =
-    "\xcf\xb5\xcd\xb3\xce\xb4\xb6\xa8\xd2\xe5\xd3\xa6\xd3\xc3";
-// "所有应用": all applications.
-const char kTextAllApps[] = "\xcb\xf9\xd3\xd0\xd3\xa6\xd3\xc3";
+using quarn_texts::kAppAll;
+using quarn_texts::kAppDeletedUserDef;
+using quarn_texts::kAppNotJudged;
+using quarn_texts::kAppUndefined;
 
 const size_t kNameCapacity = 32;
 const size_t kDispCapacity = 64;
@@ -303,14 +296,14 @@ CAppSubtypeReader::FindItemByAppDesc(const char* disp) {
 const char* CAppSubtypeReader::FindDispNameByAppid(uint32_t appid) {
   const tagPROTO_TREE_ITEM* item = Inner_FindItemByAppid(appid);
   if (item != nullptr) return item->disp;
-  if (appid == APP_EXTERN_NOT_JUDGE) return kTextNotJudged;
-  if (IsUserDefRange(appid)) return kTextDeletedUserApp;
-  return kTextUndefinedApp;
+  if (appid == APP_EXTERN_NOT_JUDGE) return kAppNotJudged;
+  if (IsUserDefRange(appid)) return kAppDeletedUserDef;
+  return kAppUndefined;
 }
 
 std::string CAppSubtypeReader::ShowAppName(const std::vector<uint32_t>& ids,
                                            int flag) {
-  if (ids.empty()) return flag != 0 ? kTextAllApps : "";
+  if (ids.empty()) return flag != 0 ? kAppAll : "";
   std::string text;
   for (size_t i = 0; i < ids.size(); ++i) {
     if (i > 0) text += ',';

@@ -2,20 +2,15 @@
 
 #include <string.h>
 
+#include "base/BuiltinTexts_internal.h"
 #include "objects/ObjectText_internal.h"
 
 namespace {
 
-// "超级白名单" (super whitelist)
-const char kSuperName[] = "\xB3\xAC\xBC\xB6\xB0\xD7\xC3\xFB\xB5\xA5";
-// "行为管理白名单" (behaviour-management whitelist)
-const char kACName[] =
-    "\xD0\xD0\xCE\xAA\xB9\xDC\xC0\xED\xB0\xD7\xC3\xFB\xB5\xA5";
-// "上网黑名单" (internet blacklist)
-const char kFireWallName[] = "\xC9\xCF\xCD\xF8\xBA\xDA\xC3\xFB\xB5\xA5";
-// "禁止任何方式上网" (no internet access of any kind)
-const char kFireWallDesc[] =
-    "\xBD\xFB\xD6\xB9\xC8\xCE\xBA\xCE\xB7\xBD\xCA\xBD\xC9\xCF\xCD\xF8";
+using quarn_texts::kIPObjACName;
+using quarn_texts::kIPObjFireWallDesc;
+using quarn_texts::kIPObjFireWallName;
+using quarn_texts::kIPObjSuperName;
 
 const char kRoot[] = "ip_obj_mgr";
 const int kVersion = 0;
@@ -138,9 +133,10 @@ CIPObjMgr::~CIPObjMgr() {}
 
 void CIPObjMgr::close() {
   objs_.clear();
-  objs_.push_back(MakeBuiltin(SUPER_BLK_ID, kSuperName, kSuperName));
-  objs_.push_back(MakeBuiltin(AC_BLK_ID, kACName, kACName));
-  objs_.push_back(MakeBuiltin(FIREWALL_BLK_ID, kFireWallName, kFireWallDesc));
+  objs_.push_back(MakeBuiltin(SUPER_BLK_ID, kIPObjSuperName, kIPObjSuperName));
+  objs_.push_back(MakeBuiltin(AC_BLK_ID, kIPObjACName, kIPObjACName));
+  objs_.push_back(
+      MakeBuiltin(FIREWALL_BLK_ID, kIPObjFireWallName, kIPObjFireWallDesc));
 }
 
 bool CIPObjMgr::operator==(const CIPObjMgr& other) const {

@@ -3,19 +3,15 @@
 #include <string.h>
 #include <time.h>
 
+#include "base/BuiltinTexts_internal.h"
 #include "objects/ObjectText_internal.h"
 
 namespace {
 
-// "所有时间" (all time)
-const char kAllTimeName[] = "\xCB\xF9\xD3\xD0\xCA\xB1\xBC\xE4";
-// "工作时间" (working time)
-const char kWorkingName[] = "\xB9\xA4\xD7\xF7\xCA\xB1\xBC\xE4";
-// "非工作时间" (non-working time)
-const char kOffdutyName[] = "\xB7\xC7\xB9\xA4\xD7\xF7\xCA\xB1\xBC\xE4";
-// "该时间对象被删除" (this time object has been deleted)
-const char kDeletedName[] =
-    "\xB8\xC3\xCA\xB1\xBC\xE4\xB6\xD4\xCF\xF3\xB1\xBB\xC9\xBE\xB3\xFD";
+using quarn_texts::kTimeObjAllName;
+using quarn_texts::kTimeObjDeletedName;
+using quarn_texts::kTimeObjOffdutyName;
+using quarn_texts::kTimeObjWorkingName;
 
 const char kRoot[] = "time_obj_mgr";
 const int kVersion = 0;
@@ -31,8 +27,8 @@ typedef CTimeObjMgrConfig::tagOne_TimeSeg_Item SegItem;
 CTimeObjMgrConfig::tagONE_TIME_OBJ DefaultWorkingTime() {
   Obj obj;
   obj.id = CTimeObjMgrConfig::ms_working_time_id;
-  obj.name = kWorkingName;
-  obj.desc = kWorkingName;
+  obj.name = kTimeObjWorkingName;
+  obj.desc = kTimeObjWorkingName;
   SegItem item;  // Monday to Friday
   item.seg = Orva_Time_Seg(8, 0, 18, 0);
   obj.segs.push_back(item);
@@ -155,9 +151,9 @@ int CTimeObjMgrConfig::find(const uint64_t& id) const {
 uint64_t CTimeObjMgrConfig::find_by_name(const char* name) const {
   using quarn_objects::EqualsAsciiNoCase;
   if (name == nullptr) return ms_null_time_id;
-  if (EqualsAsciiNoCase(kAllTimeName, name)) return ms_all_time_id;
-  if (EqualsAsciiNoCase(kWorkingName, name)) return ms_working_time_id;
-  if (EqualsAsciiNoCase(kOffdutyName, name)) return ms_offduty_time_id;
+  if (EqualsAsciiNoCase(kTimeObjAllName, name)) return ms_all_time_id;
+  if (EqualsAsciiNoCase(kTimeObjWorkingName, name)) return ms_working_time_id;
+  if (EqualsAsciiNoCase(kTimeObjOffdutyName, name)) return ms_offduty_time_id;
   for (const Obj& obj : objs) {
     if (EqualsAsciiNoCase(obj.name, name)) return obj.id;
   }
@@ -165,11 +161,11 @@ uint64_t CTimeObjMgrConfig::find_by_name(const char* name) const {
 }
 
 std::string CTimeObjMgrConfig::GetTimeObjIdString(const uint64_t& id) const {
-  if (id == ms_all_time_id) return kAllTimeName;
-  if (id == ms_working_time_id) return kWorkingName;
-  if (id == ms_offduty_time_id) return kOffdutyName;
+  if (id == ms_all_time_id) return kTimeObjAllName;
+  if (id == ms_working_time_id) return kTimeObjWorkingName;
+  if (id == ms_offduty_time_id) return kTimeObjOffdutyName;
   int at = find(id);
-  return at >= 0 ? objs[at].name : std::string(kDeletedName);
+  return at >= 0 ? objs[at].name : std::string(kTimeObjDeletedName);
 }
 
 uint64_t CTimeObjMgrConfig::GetNewId() const {

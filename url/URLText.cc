@@ -6,14 +6,6 @@
 
 namespace quarn_url {
 
-const char kExceptListName[] = "\xC5\xC5\xB3\xFD";  // 排除
-// 简化配置使用的URL
-const char kSimpleACLListName[] =
-    "\xBC\xF2\xBB\xAF\xC5\xE4\xD6\xC3\xCA\xB9\xD3\xC3\xB5\xC4URL";
-// 用户自定义URL
-const char kUserDefinedURLName[] =
-    "\xD3\xC3\xBB\xA7\xD7\xD4\xB6\xA8\xD2\xE5URL";
-
 bool FindBytes(const char* text, size_t length, const char* needle,
                size_t needle_length) {
   return Orva::memstr(text, length, needle, needle_length) != nullptr;

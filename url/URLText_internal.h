@@ -8,17 +8,19 @@
 #include <string>
 #include <vector>
 
+#include "base/BuiltinTexts_internal.h"
+
 namespace quarn_url {
 
 // "排除" (exclude): the name of the excepted-URL list.
-extern const char kExceptListName[];
+constexpr const char* kExceptListName = quarn_texts::kURLExceptListName;
 // "简化配置使用的URL" (URLs used by the simplified configuration): the
 // category that database readers leave out, since its URLs reach the finder
 // through AddSimpleACLURLType.
-extern const char kSimpleACLListName[];
+constexpr const char* kSimpleACLListName = quarn_texts::kURLSimpleACLListName;
 // "用户自定义URL" (user-defined URL): the display name of any set that holds
 // the simplified configuration's bit.
-extern const char kUserDefinedURLName[];
+constexpr const char* kUserDefinedURLName = quarn_texts::kURLUserDefinedName;
 
 // True when the first four of `length` bytes are exactly "www.".
 inline bool BeginsWithWWW(const char* text, size_t length) {
