@@ -65,11 +65,6 @@
 #include "url/CWhiteURLConfig.h"
 #include "url/URLTypes.h"
 
-#include "employee/CEmployeeAuthAccountMgr.h"
-#include "employee/CEmployeeInfoMgr.h"
-#include "employee/CMyEmployeeDynamicInfoMgr.h"
-#include "employee/CSlotHashPool.h"
-
 #include "settings/CCtrlStatusMgr.h"
 #include "settings/tcpdatapool.h"
 
