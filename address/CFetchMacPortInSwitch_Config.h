@@ -14,10 +14,26 @@
 #include <string>
 #include <vector>
 
-#include "base/CBaseXMLConfig.h"
+#include "address/CSwitchPollingConfig.h"
 #include "base/CTinyXmlEx.h"
 
-class CFetchMacPortInSwitch_Config : public CBaseXMLConfig {
+// One switch to poll by CFetchMacPortInSwitch_Config.
+struct tagMACPORT_SWITCH_ITEM {
+  tagMACPORT_SWITCH_ITEM();
+  bool operator==(const tagMACPORT_SWITCH_ITEM& other) const;
+  bool operator!=(const tagMACPORT_SWITCH_ITEM& other) const {
+    return !(*this == other);
+  }
+
+  uint32_t ip;  // host order
+  std::string oid;
+  std::string community;
+  int32_t port;
+};
+
+class CFetchMacPortInSwitch_Config
+    : public CSwitchPollingConfig<CFetchMacPortInSwitch_Config,
+                                  tagMACPORT_SWITCH_ITEM> {
  public:
   static const char* const kRootName;          // "fetch_macport_inswitch"
   static const char* const kDefaultOid;        // "1.3.6.1.2.1.17.1.4.1"
@@ -26,51 +42,10 @@ class CFetchMacPortInSwitch_Config : public CBaseXMLConfig {
   static const int kDefaultScheduleTime = 300;
   static const int kDefaultSnmpPort = 161;
 
-  // One switch to poll.
-  struct tagONE_ITEM {
-    tagONE_ITEM();
-    bool operator==(const tagONE_ITEM& other) const;
-    bool operator!=(const tagONE_ITEM& other) const {
-      return !(*this == other);
-    }
-
-    uint32_t ip;  // host order
-    std::string oid;
-    std::string community;
-    int32_t port;
-  };
-
-  CFetchMacPortInSwitch_Config();
-  CFetchMacPortInSwitch_Config(const CFetchMacPortInSwitch_Config& other);
-  CFetchMacPortInSwitch_Config& operator=(
-      const CFetchMacPortInSwitch_Config& other);
-  ~CFetchMacPortInSwitch_Config() override;
-
-  // time_out, schedule_time and enable back to their defaults, no items.
-  void close() override;
-
-  // Reads the attribute "enable", the keys "time_out" and "schedule_time"
-  // and the "one_item" children of `node`; absent settings keep their
-  // values and items are appended to those held. Returns 1.
-  int LoadConfig(CTinyXmlEx& doc, TiXmlNode* node);
-  // Writes every setting and item below `node`. Returns 1 (0 for a null
-  // node).
-  int SaveConfig(CTinyXmlEx& doc, TiXmlNode* node) const;
-
-  bool operator==(const CFetchMacPortInSwitch_Config& other) const;
-  bool operator!=(const CFetchMacPortInSwitch_Config& other) const {
-    return !(*this == other);
-  }
-
-  int32_t time_out;
-  int32_t schedule_time;
-  int32_t enable;
-  std::vector<tagONE_ITEM> items;
+  typedef tagMACPORT_SWITCH_ITEM tagONE_ITEM;
 
  private:
-  // Replaces what is held by the document's root element; 0 without one.
-  int LoadConfig(CTinyXmlEx& doc) override;
-  int SaveConfig(CTinyXmlEx& doc) override;
+  friend class CSwitchPollingConfig<CFetchMacPortInSwitch_Config, tagONE_ITEM>;
   static void LoadOneItem(TiXmlNode* node, tagONE_ITEM* item);
   static void SaveOneItem(TiXmlNode* node, const tagONE_ITEM& item);
 };
