@@ -3,6 +3,7 @@
 #include <string.h>
 
 #include "base/BuiltinTexts_internal.h"
+#include "objects/BitIdObjects_internal.h"
 #include "objects/ObjectText_internal.h"
 
 namespace {
@@ -145,19 +146,9 @@ bool CIPObjMgr::operator==(const CIPObjMgr& other) const {
 
 int CIPObjMgr::advance_cmp(const CIPObjMgr& other, uint64_t& only_here,
                            uint64_t& only_there, uint64_t& changed) const {
-  only_here = only_there = changed = 0;
-  for (const Obj& obj : objs_) {
-    int at = other.find(obj.id);
-    if (at < 0) {
-      only_here |= obj.id;
-    } else if (!obj.SameHosts(other.objs_[at])) {
-      changed |= obj.id;
-    }
-  }
-  for (const Obj& obj : other.objs_) {
-    if (find(obj.id) < 0) only_there |= obj.id;
-  }
-  return (only_here | only_there | changed) != 0 ? 1 : 0;
+  return quarn_objects::DiffByBitId(
+      objs_, other.objs_, only_here, only_there, changed,
+      [](const Obj& a, const Obj& b) { return a.SameHosts(b); });
 }
 
 const CIPObjMgr::tagONE_IP_MGR_OBJ* CIPObjMgr::GetAt(int index) const {
@@ -204,10 +195,7 @@ const CIPObjMgr::tagONE_IP_MGR_OBJ* CIPObjMgr::GetACBlk() const {
 }
 
 uint64_t CIPObjMgr::GetNewId() const {
-  for (uint64_t id = kFirstUserId; id != 0; id <<= 1) {
-    if (find(id) < 0) return id;
-  }
-  return 0;
+  return quarn_objects::FirstFreeBitId(objs_, kFirstUserId);
 }
 
 int CIPObjMgr::find(uint64_t& mask, const void* mac, unsigned ip,

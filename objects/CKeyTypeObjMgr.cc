@@ -2,6 +2,8 @@
 
 #include <string.h>
 
+#include "objects/BitIdObjects_internal.h"
+
 namespace {
 
 const char kRoot[] = "keytype_obj_mgr";
@@ -45,28 +47,15 @@ int CKeyTypeObjMgr::FindName(const char* name) const {
 }
 
 uint64_t CKeyTypeObjMgr::GetNewId() const {
-  for (uint64_t id = kFirstUserId; id != 0; id <<= 1) {
-    if (find(id) < 0) return id;
-  }
-  return 0;
+  return quarn_objects::FirstFreeBitId(objs, kFirstUserId);
 }
 
 int CKeyTypeObjMgr::advance_cmp(const CKeyTypeObjMgr& other,
                                 uint64_t& only_here, uint64_t& only_there,
                                 uint64_t& changed) const {
-  only_here = only_there = changed = 0;
-  for (const Obj& obj : objs) {
-    int at = other.find(obj.id);
-    if (at < 0) {
-      only_here |= obj.id;
-    } else if (obj.keys != other.objs[at].keys) {
-      changed |= obj.id;
-    }
-  }
-  for (const Obj& obj : other.objs) {
-    if (find(obj.id) < 0) only_there |= obj.id;
-  }
-  return (only_here | only_there | changed) != 0 ? 1 : 0;
+  return quarn_objects::DiffByBitId(
+      objs, other.objs, only_here, only_there, changed,
+      [](const Obj& a, const Obj& b) { return a.keys == b.keys; });
 }
 
 int CKeyTypeObjMgr::LoadConfig(CTinyXmlEx& doc) {

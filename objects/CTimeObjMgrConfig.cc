@@ -4,6 +4,7 @@
 #include <time.h>
 
 #include "base/BuiltinTexts_internal.h"
+#include "objects/BitIdObjects_internal.h"
 #include "objects/ObjectText_internal.h"
 
 namespace {
@@ -169,28 +170,15 @@ std::string CTimeObjMgrConfig::GetTimeObjIdString(const uint64_t& id) const {
 }
 
 uint64_t CTimeObjMgrConfig::GetNewId() const {
-  for (uint64_t id = kFirstUserId; id != 0; id <<= 1) {
-    if (find(id) < 0) return id;
-  }
-  return 0;
+  return quarn_objects::FirstFreeBitId(objs, kFirstUserId);
 }
 
 int CTimeObjMgrConfig::advance_cmp(const CTimeObjMgrConfig& other,
                                    uint64_t& only_here, uint64_t& only_there,
                                    uint64_t& changed) const {
-  only_here = only_there = changed = 0;
-  for (const Obj& obj : objs) {
-    int at = other.find(obj.id);
-    if (at < 0) {
-      only_here |= obj.id;
-    } else if (obj.segs != other.objs[at].segs) {
-      changed |= obj.id;
-    }
-  }
-  for (const Obj& obj : other.objs) {
-    if (find(obj.id) < 0) only_there |= obj.id;
-  }
-  return (only_here | only_there | changed) != 0 ? 1 : 0;
+  return quarn_objects::DiffByBitId(
+      objs, other.objs, only_here, only_there, changed,
+      [](const Obj& a, const Obj& b) { return a.segs == b.segs; });
 }
 
 bool CTimeObjMgrConfig::IsAboutTimeObj(const uint64_t& id,
