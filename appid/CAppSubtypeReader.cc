@@ -185,6 +185,14 @@ void CAppSubtypeReader::CloseAppTypeTree() {
   ms_root_item = nullptr;
 }
 
+void CAppSubtypeReader::UnindexSubtree(const tagPROTO_TREE_ITEM* item) {
+  for (int32_t node = ms_hash_finder.Find(item->appid);
+       node != AppIdIndex::kNone; node = ms_hash_finder.Find(item->appid)) {
+    ms_hash_finder.Remove(node);
+  }
+  for (const tagPROTO_TREE_ITEM* child : item->children) UnindexSubtree(child);
+}
+
 void CAppSubtypeReader::DeleteSubtree(tagPROTO_TREE_ITEM* item) {
   for (tagPROTO_TREE_ITEM* child : item->children) DeleteSubtree(child);
   delete item;
@@ -389,10 +397,7 @@ void CAppSubtypeReader::DeleteAllUserDefApp() {
       const_cast<tagPROTO_TREE_ITEM*>(Inner_FindItemByAppid(APP_EX_USERD));
   if (group == nullptr) return;
   for (tagPROTO_TREE_ITEM* child : group->children) {
-    for (int32_t node = ms_hash_finder.Find(child->appid);
-         node != AppIdIndex::kNone; node = ms_hash_finder.Find(child->appid)) {
-      ms_hash_finder.Remove(node);
-    }
+    UnindexSubtree(child);
     DeleteSubtree(child);
   }
   group->children.clear();

@@ -263,6 +263,9 @@ class CAppSubtypeReader {
                            tagPROTO_TREE_ITEM* parent);
   static const tagPROTO_TREE_ITEM* FindInTwoLevels(const char* key,
                                                    bool by_disp);
+  // Removes every index entry of `item` and the items below it, so that
+  // none is found by id once DeleteSubtree() has released them.
+  static void UnindexSubtree(const tagPROTO_TREE_ITEM* item);
   static void DeleteSubtree(tagPROTO_TREE_ITEM* item);
 
   static tagPROTO_TREE_ITEM* ms_root_item;

@@ -40,7 +40,9 @@ const char kTree[] =
     "  <dupdisp appid=\"10140000\" disp=\"SMTP\">\n"
     "   <orphan appid=\"10140001\" disp=\"Orphan\"/>\n"
     "  </dupdisp>\n"
-    "  <user appid=\"19000000\" disp=\"User\"/>\n"
+    "  <user appid=\"19000000\" disp=\"User\"><erp_file appid=\"19000050\" "
+    "disp=\"ERP file\"><erp_part appid=\"19000051\" disp=\"ERP part\"/>"
+    "</erp_file></user>\n"
     "  <uk_data appid=\"19010000\" disp=\"UK\"><uk_tcp appid=\"19010001\" "
     "disp=\"UKTCP\"/></uk_data>\n"
     " </root>\n"
@@ -164,8 +166,12 @@ TEST_F(ProtoTreeTest, UserDefinedApplicationsComeAndGo) {
   EXPECT_EQ(19000000u, R::GetExtGrpAppType(19000002));
   EXPECT_EQ(19000001u, R::FindAppIdByAppName("erp"));
 
+  EXPECT_NE(nullptr, R::FindItemByAppid(19000051));
   R::DeleteAllUserDefApp();
   EXPECT_EQ(nullptr, R::FindItemByAppid(19000001));
+  // Items below a user-defined application go with it, index entries too.
+  EXPECT_EQ(nullptr, R::FindItemByAppid(19000050));
+  EXPECT_EQ(nullptr, R::FindItemByAppid(19000051));
   EXPECT_EQ(0u, R::FindAppIdByAppName("crm"));
   EXPECT_NE(nullptr, R::FindItemByAppid(19000000));
   EXPECT_EQ(1, R::AddUserDefApp("erp", "ERP", 19000001, 1));  // slot reused
