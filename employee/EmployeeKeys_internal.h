@@ -1,0 +1,48 @@
+// Small helpers shared by the employee stores: index keys of MACs, MAC
+// tests and the clock.
+
+#ifndef QUARN_EMPLOYEE_EMPLOYEEKEYS_INTERNAL_H_
+#define QUARN_EMPLOYEE_EMPLOYEEKEYS_INTERNAL_H_
+
+#include <stdint.h>
+#include <string.h>
+
+#include <ace/OS_NS_sys_time.h>
+#include <ace/Time_Value.h>
+
+namespace quarn_employee {
+
+// True for a null or all-zero MAC: "no MAC known".
+inline bool IsZeroMac(const void* mac) {
+  static const unsigned char kZero[6] = {0, 0, 0, 0, 0, 0};
+  return mac == nullptr || memcmp(mac, kZero, 6) == 0;
+}
+
+inline bool IsBroadcastMac(const void* mac) {
+  static const unsigned char kAll[6] = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
+  return mac != nullptr && memcmp(mac, kAll, 6) == 0;
+}
+
+// The MAC index spreads hosts by the last two bytes (the key's low 16
+// bits), the ones that differ most between the network cards of one
+// vendor; the key holds the last four bytes so that most other MACs of a
+// bucket are told apart without reading their records.
+inline uint32_t MacKey(const unsigned char* mac) {
+  if (mac == nullptr) return 0;
+  return (static_cast<uint32_t>(mac[2]) << 24) |
+         (static_cast<uint32_t>(mac[3]) << 16) |
+         (static_cast<uint32_t>(mac[4]) << 8) | mac[5];
+}
+
+inline bool SameMac(const unsigned char* a, const unsigned char* b) {
+  return memcmp(a, b, 6) == 0;
+}
+
+// The system time in whole seconds.
+inline int32_t NowSeconds() {
+  return static_cast<int32_t>(ACE_OS::gettimeofday().sec());
+}
+
+}  // namespace quarn_employee
+
+#endif  // QUARN_EMPLOYEE_EMPLOYEEKEYS_INTERNAL_H_
