@@ -48,6 +48,7 @@
 #include "address/CMiniDnsTable.h"
 #include "address/CNetEnvSetData.h"
 #include "address/COrgStructInfo.h"
+#include "address/CSwitchPollingConfig.h"
 #include "address/InternetRange.h"
 
 #include "objects/CIPObjMgr.h"
@@ -64,6 +65,11 @@
 #include "url/CURL_Type_Finder_Ex.h"
 #include "url/CWhiteURLConfig.h"
 #include "url/URLTypes.h"
+
+#include "employee/CEmployeeAuthAccountMgr.h"
+#include "employee/CEmployeeInfoMgr.h"
+#include "employee/CMyEmployeeDynamicInfoMgr.h"
+#include "employee/CSlotHashPool.h"
 
 #include "settings/CCtrlStatusMgr.h"
 #include "settings/tcpdatapool.h"
