@@ -9,28 +9,18 @@
 #include "base/OrvaAddr.h"
 #include "base/OrvaString.h"
 #include "employee/CEmployeeAuthAccountMgr.h"
+#include "employee/EmployeeKeys_internal.h"
 
 namespace {
 
-const char kStartMark = 0x41;
-const char kEndMark = 0x42;
-const size_t kMarkSize = 8;
+using quarn_employee::GetStreamMark;
+using quarn_employee::kStreamEndMark;
+using quarn_employee::kStreamMarkSize;
+using quarn_employee::kStreamStartMark;
+using quarn_employee::PutStreamMark;
+
 const int kStringMode = 4;
 const size_t kMaxListItems = 255;
-
-void PutMark(char*& p, char mark) {
-  memset(p, mark, kMarkSize);
-  p += kMarkSize;
-}
-
-bool GetMark(CData_Stream_LE& in, char mark) {
-  char bytes[kMarkSize];
-  if (!in.GetBytes(bytes, kMarkSize)) return false;
-  for (char b : bytes) {
-    if (b != mark) return false;
-  }
-  return true;
-}
 
 }  // namespace
 
@@ -114,7 +104,7 @@ bool EMPLOYEE_AUTH_ACCOUNT_INFO::find_string(const char* text) const {
 size_t EMPLOYEE_AUTH_ACCOUNT_INFO::get_stream_size() const {
   size_t ranges = std::min(bind_list.ranges().size(), kMaxListItems);
   size_t macs = std::min(bind_list.macs().size(), kMaxListItems);
-  return 2 * kMarkSize + 1 + 8 + 1 + 1 + 8 * ranges + 1 + 6 * macs + 4 +
+  return 2 * kStreamMarkSize + 1 + 8 + 1 + 1 + 8 * ranges + 1 + 6 * macs + 4 +
          CData_Stream_LE::StringSize(kname.size(), kStringMode) +
          CData_Stream_LE::StringSize(passwd.size(), kStringMode) +
          CData_Stream_LE::StringSize(fname.size(), kStringMode) + 4 * 4 + 1 +
@@ -123,7 +113,7 @@ size_t EMPLOYEE_AUTH_ACCOUNT_INFO::get_stream_size() const {
 
 int EMPLOYEE_AUTH_ACCOUNT_INFO::PutStream(char*& p) const {
   char* start = p;
-  PutMark(p, kStartMark);
+  PutStreamMark(p, kStreamStartMark);
   CData_Stream_LE::PutUint8(p, static_cast<uint8_t>(onoff));
   CData_Stream_LE::PutUint64(p, did);
   CData_Stream_LE::PutUint8(p, static_cast<uint8_t>(bind_addr));
@@ -154,7 +144,7 @@ int EMPLOYEE_AUTH_ACCOUNT_INFO::PutStream(char*& p) const {
   CData_Stream_LE::PutUint64(p, nMaxDownBand);
   CData_Stream_LE::PutUint8(p, static_cast<uint8_t>(pwd_state));
   CData_Stream_LE::PutUint8(p, static_cast<uint8_t>(aux_flag));
-  PutMark(p, kEndMark);
+  PutStreamMark(p, kStreamEndMark);
   return static_cast<int>(p - start);
 }
 
@@ -168,7 +158,7 @@ int EMPLOYEE_AUTH_ACCOUNT_INFO::GetStream(const char*& p, size_t available) {
   if (p == nullptr) return -1;
   CData_Stream_LE in(p, available);
   EMPLOYEE_AUTH_ACCOUNT_INFO rec;
-  if (!GetMark(in, kStartMark)) return -1;
+  if (!GetStreamMark(in, kStreamStartMark)) return -1;
   uint8_t u8 = 0;
   if (in.GetUint8(&u8)) rec.onoff = u8;
   in.GetUint64(&rec.did);
@@ -200,7 +190,7 @@ int EMPLOYEE_AUTH_ACCOUNT_INFO::GetStream(const char*& p, size_t available) {
   in.GetUint64(&rec.nMaxDownBand);
   if (in.GetUint8(&u8)) rec.pwd_state = u8;
   if (in.GetUint8(&u8)) rec.aux_flag = u8;
-  if (!GetMark(in, kEndMark) || !in.ok()) return -1;
+  if (!GetStreamMark(in, kStreamEndMark) || !in.ok()) return -1;
   rec.insert_flag = insert_flag;
   *this = rec;
   int read = static_cast<int>(in.position() - p);

@@ -11,24 +11,13 @@
 
 namespace {
 
-const char kStartMark = 0x41;
-const char kEndMark = 0x42;
-const size_t kMarkSize = 8;
+using quarn_employee::GetStreamMark;
+using quarn_employee::kStreamEndMark;
+using quarn_employee::kStreamMarkSize;
+using quarn_employee::kStreamStartMark;
+using quarn_employee::PutStreamMark;
+
 const int kStringMode = 1;
-
-void PutMark(char*& p, char mark) {
-  memset(p, mark, kMarkSize);
-  p += kMarkSize;
-}
-
-bool GetMark(CData_Stream_LE& in, char mark) {
-  char bytes[kMarkSize];
-  if (!in.GetBytes(bytes, kMarkSize)) return false;
-  for (char b : bytes) {
-    if (b != mark) return false;
-  }
-  return true;
-}
 
 }  // namespace
 
@@ -95,7 +84,7 @@ bool EMPLOYEE_INFO::find_string(const char* text) const {
 }
 
 size_t EMPLOYEE_INFO::get_stream_size() const {
-  size_t size = 2 * kMarkSize + 2 + 4 * 4 + 12;
+  size_t size = 2 * kStreamMarkSize + 2 + 4 * 4 + 12;
   for (const std::string* s : {&name, &host_name, &os_name, &mail, &desc}) {
     size += CData_Stream_LE::StringSize(s->size(), kStringMode);
   }
@@ -104,7 +93,7 @@ size_t EMPLOYEE_INFO::get_stream_size() const {
 
 int EMPLOYEE_INFO::PutStream(char*& p) const {
   char* start = p;
-  PutMark(p, kStartMark);
+  PutStreamMark(p, kStreamStartMark);
   CData_Stream_LE::PutUint8(p, static_cast<uint8_t>(ipmac_bind));
   CData_Stream_LE::PutUint8(p, static_cast<uint8_t>(checked));
   CData_Stream_LE::PutUint32(p, cip);
@@ -116,7 +105,7 @@ int EMPLOYEE_INFO::PutStream(char*& p) const {
   for (const std::string* s : {&name, &host_name, &os_name, &mail, &desc}) {
     CData_Stream_LE::PutString(p, *s, kStringMode);
   }
-  PutMark(p, kEndMark);
+  PutStreamMark(p, kStreamEndMark);
   return static_cast<int>(p - start);
 }
 
@@ -130,7 +119,7 @@ int EMPLOYEE_INFO::GetStream(const char*& p, size_t available) {
   if (p == nullptr) return -1;
   CData_Stream_LE in(p, available);
   EMPLOYEE_INFO rec;
-  if (!GetMark(in, kStartMark)) return -1;
+  if (!GetStreamMark(in, kStreamStartMark)) return -1;
   uint8_t u8 = 0;
   if (in.GetUint8(&u8)) rec.ipmac_bind = u8;
   if (in.GetUint8(&u8)) rec.checked = u8;
@@ -144,7 +133,7 @@ int EMPLOYEE_INFO::GetStream(const char*& p, size_t available) {
        {&rec.name, &rec.host_name, &rec.os_name, &rec.mail, &rec.desc}) {
     in.GetVarString(s, kStringMode);
   }
-  if (!GetMark(in, kEndMark) || !in.ok()) return -1;
+  if (!GetStreamMark(in, kStreamEndMark) || !in.ok()) return -1;
   // The traffic counters do not travel; keep ours.
   rec.flux[0] = flux[0];
   rec.flux[1] = flux[1];

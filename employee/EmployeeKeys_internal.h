@@ -1,5 +1,5 @@
 // Small helpers shared by the employee stores: index keys of MACs, MAC
-// tests and the clock.
+// tests, the clock and the marks around byte-stream records.
 
 #ifndef QUARN_EMPLOYEE_EMPLOYEEKEYS_INTERNAL_H_
 #define QUARN_EMPLOYEE_EMPLOYEEKEYS_INTERNAL_H_
@@ -9,6 +9,8 @@
 
 #include <ace/OS_NS_sys_time.h>
 #include <ace/Time_Value.h>
+
+#include "base/CData_Stream_LE.h"
 
 namespace quarn_employee {
 
@@ -41,6 +43,27 @@ inline bool SameMac(const unsigned char* a, const unsigned char* b) {
 // The system time in whole seconds.
 inline int32_t NowSeconds() {
   return static_cast<int32_t>(ACE_OS::gettimeofday().sec());
+}
+
+// Byte-stream records begin with eight bytes kStreamStartMark and end with
+// eight bytes kStreamEndMark.
+const char kStreamStartMark = 0x41;
+const char kStreamEndMark = 0x42;
+const size_t kStreamMarkSize = 8;
+
+inline void PutStreamMark(char*& p, char mark) {
+  memset(p, mark, kStreamMarkSize);
+  p += kStreamMarkSize;
+}
+
+// Reads eight bytes and tells whether all of them are `mark`.
+inline bool GetStreamMark(CData_Stream_LE& in, char mark) {
+  char bytes[kStreamMarkSize];
+  if (!in.GetBytes(bytes, kStreamMarkSize)) return false;
+  for (char b : bytes) {
+    if (b != mark) return false;
+  }
+  return true;
 }
 
 }  // namespace quarn_employee
