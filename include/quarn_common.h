@@ -27,6 +27,7 @@
 #include "base/OrvaString.h"
 #include "base/OrvaText.h"
 #include "base/OrvaTime.h"
+#include "base/Orva_SimpleFltIO.h"
 
 #include "frame/ACE_Memmap_Log_Msg.h"
 #include "frame/CFileTypeTable.h"
@@ -57,6 +58,20 @@
 #include "objects/CTimeObjMgrConfig.h"
 #include "objects/CTimeRange.h"
 #include "objects/CZoneObjMgrConfig.h"
+
+#include "filter/CAuditFilterConfig.h"
+#include "filter/CConfigFilterBase.h"
+#include "filter/CFilterActionContent.h"
+#include "filter/CFilterResult.h"
+#include "filter/CIPAddrFltCondition.h"
+#include "filter/COneFltExpress.h"
+#include "filter/CProtoFltCondition.h"
+#include "filter/CProtoFltExpress.h"
+#include "filter/CProtoFltReadTool.h"
+#include "filter/CXMLProtoFltReadTool.h"
+#include "filter/IExpressFilter.h"
+#include "filter/IFilter.h"
+#include "filter/blurstrfind.h"
 
 #include "url/CBlurKeyMatcher.h"
 #include "url/CSimpleURLTypeConfig.h"

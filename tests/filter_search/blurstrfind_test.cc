@@ -1,0 +1,117 @@
+#include "filter/blurstrfind.h"
+
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "filter_search/BlurReference.h"
+
+namespace {
+
+using Values = std::vector<int64_t>;
+
+int Add(blurstrfind& f, const std::string& key, int value) {
+  return f.AddKey(key.data(), static_cast<int>(key.size()), value);
+}
+
+// The values a search appends, checked against its returned count.
+Values Find(blurstrfind& f, const std::string& text, bool whole = false) {
+  CDataArray out;
+  int n = whole ? f.FindNumEx(text.data(), static_cast<int>(text.size()), out)
+                : f.FindAllEx(text.data(), static_cast<int>(text.size()), out);
+  EXPECT_EQ(n, out.GetSize());
+  Values values;
+  for (int i = 0; i < out.GetSize(); ++i) values.push_back(int64_t(out[i]));
+  return values;
+}
+
+TEST(BlurStrFind, KeyKindsAndSearches) {
+  blurstrfind f;
+  ASSERT_EQ(0, Add(f, "abc", -7));  // values come back sign-extended
+  ASSERT_EQ(0, Add(f, "ab,cd", 1));
+  ASSERT_EQ(0, Add(f, "ef*gh", 2));
+  ASSERT_EQ(0, Add(f, "ij|kl", 3));
+  ASSERT_EQ(0, Add(f, "x", 4));
+  EXPECT_EQ(Values({-7, -7}), Find(f, "..abc..abc"));
+  EXPECT_EQ(Values({1}), Find(f, "cd.ab"));
+  EXPECT_EQ(Values({1}), Find(f, "ab.cd"));
+  EXPECT_EQ(Values({2}), Find(f, "gh.ef.gh"));  // gh counts only after ef
+  EXPECT_EQ(Values(), Find(f, "gh.ef"));
+  EXPECT_EQ(Values({3, 3, 3}), Find(f, "ij.kl.ij"));
+  // The last byte never starts a match; a whole-text search takes it.
+  EXPECT_EQ(Values({4}), Find(f, "xa"));
+  EXPECT_EQ(Values(), Find(f, "ax"));
+  EXPECT_EQ(Values(), Find(f, "x"));
+  EXPECT_EQ(Values({4}), Find(f, "x", true));
+  EXPECT_EQ(Values({-7}), Find(f, "abc", true));
+  EXPECT_EQ(Values(), Find(f, "abcd", true));
+  // A zero byte after a one-byte key must not report it twice.
+  EXPECT_EQ(Values({4}), Find(f, std::string("x\0", 2)));
+  // Progress never survives a search, partial or whole-text.
+  EXPECT_EQ(Values(), Find(f, "ab.ef"));
+  EXPECT_EQ(Values(), Find(f, "cd.gh"));
+  EXPECT_EQ(Values(), Find(f, "ab", true));
+  EXPECT_EQ(Values(), Find(f, "cd", true));
+}
+
+TEST(BlurStrFind, KeysAreRefusedSplitAndReleased) {
+  blurstrfind f;
+  EXPECT_EQ(-1, Add(f, "a*b,c", 1));
+  EXPECT_EQ(0, Add(f, "abc", 1));
+  EXPECT_EQ(-1, Add(f, "abc", 2));
+  EXPECT_EQ(-1, f.AddKey("abcdef", 3, 2));  // only `length` bytes count
+  // Beyond the tenth separator the rest, separators zeroed, is one piece.
+  std::string eleven = "aa,bb,,cc,dd,ee,ff,gg,hh,ii,jj,kk,ll";
+  ASSERT_EQ(0, Add(f, eleven, 6));
+  const BLURSTRNODE* key = f.GetHead();
+  ASSERT_EQ(11, key->piece_count);
+  EXPECT_EQ(std::string("kk\0ll", 5),
+            std::string(key->buffer + key->piece_offsets[10],
+                        key->piece_lengths[10]));
+  EXPECT_EQ(key, f.FindKey(eleven.data(), static_cast<int>(eleven.size())));
+  EXPECT_EQ(1, key->next->value);
+  // The state array grows by a hundred keys at a time.
+  for (int i = f.GetSize(); i < 100; ++i) Add(f, "k" + std::to_string(i), i);
+  EXPECT_EQ(100, f.GetStateCapacity());
+  ASSERT_EQ(0, Add(f, "last,key", 100));
+  EXPECT_EQ(200, f.GetStateCapacity());
+  EXPECT_EQ(Values({100}), Find(f, "key last"));
+  f.Close();
+  EXPECT_EQ(0, f.GetSize());
+  EXPECT_EQ(nullptr, f.GetHead());
+  EXPECT_EQ(Values(), Find(f, "key last abc"));
+  ASSERT_EQ(0, Add(f, "abc", 5));
+  EXPECT_EQ(Values({5}), Find(f, "abc"));
+}
+
+// Random keys and texts over a tiny alphabet (with separators and zero
+// bytes) against a slow model of the same rules: catches any position,
+// piece or order that the index skips or offers twice.
+TEST(BlurStrFind, AgreesWithASlowModel) {
+  std::mt19937 rng(61);
+  const char alphabet[] = {'a', 'b', 'c', 'a', 'b', ',', '*', '|', '\0'};
+  auto random_text = [&](size_t max_len, size_t alphabet_size) {
+    std::string s(rng() % (max_len + 1), ' ');
+    for (char& c : s) c = alphabet[rng() % alphabet_size];
+    return s;
+  };
+  for (int round = 0; round < 300; ++round) {
+    blurstrfind f;
+    quarn_test::BlurReference model;
+    for (int i = 0, n = 1 + rng() % 12; i < n; ++i) {
+      std::string key = random_text(i % 4 == 0 ? 40 : 7, 8);
+      int value = static_cast<int>(rng() % 1000) - 500;
+      ASSERT_EQ(model.Add(key, value), Add(f, key, value)) << key;
+    }
+    for (int t = 0; t < 10; ++t) {
+      std::string text = random_text(48, t % 2 ? 9 : 5);
+      ASSERT_EQ(model.Find(text, false), Find(f, text)) << round;
+      std::string whole = random_text(4, 5);
+      ASSERT_EQ(model.Find(whole, true), Find(f, whole, true)) << round;
+    }
+  }
+}
+
+}  // namespace
