@@ -8,32 +8,7 @@
 #include "filter/CFilterResult.h"
 #include "filter/IFilter.h"
 #include "frame/GlobalSwitches.h"
-
-// Counts allocations made by this test binary, so a test can check that
-// an evaluation allocates nothing.
-static long g_allocations = 0;
-
-void* operator new(size_t size) {
-  ++g_allocations;
-  void* p = malloc(size == 0 ? 1 : size);
-  if (p == nullptr) throw std::bad_alloc();
-  return p;
-}
-void* operator new[](size_t size) { return operator new(size); }
-void* operator new(size_t size, const std::nothrow_t&) noexcept {
-  ++g_allocations;
-  return malloc(size == 0 ? 1 : size);
-}
-void* operator new[](size_t size, const std::nothrow_t& tag) noexcept {
-  return operator new(size, tag);
-}
-// Out of line, so the compiler does not pair an inlined free() with the
-// operator new above and warn about a mismatch that is not there.
-__attribute__((noinline)) static void ReleaseBlock(void* p) { free(p); }
-void operator delete(void* p) noexcept { ReleaseBlock(p); }
-void operator delete(void* p, size_t) noexcept { ReleaseBlock(p); }
-void operator delete[](void* p) noexcept { ReleaseBlock(p); }
-void operator delete[](void* p, size_t) noexcept { ReleaseBlock(p); }
+#include "support/AllocationCounter.h"
 
 namespace {
 
@@ -337,14 +312,14 @@ TEST_F(FilterResultTest, EvaluationsAllocateNothing) {
   ASSERT_EQ(0, result.SetFilter(&policy));
   Facts facts;
   for (int kind = 0; kind < 3; ++kind) facts.matched[kind] = 0x5555555555555555;
-  const long before = g_allocations;
+  const uint64_t before = quarn_test::AllocationCount();
   for (int round = 0; round < 10; ++round) {
     result.Clear();
     for (int kind = 0; kind < 3; ++kind) result.OnCondition(kind, &facts);
     result.OnCondition(&facts);
     result.ColConditionComplete(1);
   }
-  EXPECT_EQ(before, g_allocations);
+  EXPECT_EQ(before, quarn_test::AllocationCount());
   EXPECT_EQ(CFilterResult::CMP_COMPLETE, result.GetCmpState());
 }
 

@@ -1,6 +1,4 @@
-// Counts heap allocations made through operator new, to show that a warm
-// search allocates nothing. The replacement covers the whole test binary,
-// so every plain, array and nothrow form is replaced together.
+// A warm search allocates nothing.
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
@@ -10,41 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "support/AllocationCounter.h"
 #include "url/CURL_Type_Finder.h"
 #include "url/URLTypes.h"
-
-namespace {
-std::atomic<uint64_t> g_allocations{0};
-
-// Kept out of line so the compiler does not pair a free() with the
-// operator new it can see and warn about a mismatch that is intended.
-__attribute__((noinline)) void Release(void* block) { free(block); }
-}  // namespace
-
-void* operator new(size_t size) {
-  ++g_allocations;
-  void* block = malloc(size == 0 ? 1 : size);
-  if (block == nullptr) throw std::bad_alloc();
-  return block;
-}
-void* operator new[](size_t size) { return operator new(size); }
-void* operator new(size_t size, const std::nothrow_t&) noexcept {
-  ++g_allocations;
-  return malloc(size == 0 ? 1 : size);
-}
-void* operator new[](size_t size, const std::nothrow_t& tag) noexcept {
-  return operator new(size, tag);
-}
-void operator delete(void* block, const std::nothrow_t&) noexcept {
-  Release(block);
-}
-void operator delete[](void* block, const std::nothrow_t&) noexcept {
-  Release(block);
-}
-void operator delete(void* block) noexcept { Release(block); }
-void operator delete(void* block, size_t) noexcept { Release(block); }
-void operator delete[](void* block) noexcept { Release(block); }
-void operator delete[](void* block, size_t) noexcept { Release(block); }
 
 namespace {
 
@@ -80,14 +46,14 @@ TEST(URLFinderAllocationTest, WarmSearchesDoNotAllocate) {
   for (const std::string& url : urls) {
     finder.FindURL(url.data(), static_cast<int>(url.size()), warm);
   }
-  uint64_t before = g_allocations.load();
+  uint64_t before = quarn_test::AllocationCount();
   URL_GROUP_TYPE set;
   for (int round = 0; round < 100; ++round) {
     for (const std::string& url : urls) {
       finder.FindURL(url.data(), static_cast<int>(url.size()), set);
     }
   }
-  EXPECT_EQ(before, g_allocations.load());
+  EXPECT_EQ(before, quarn_test::AllocationCount());
   EXPECT_EQ(warm, set);
   EXPECT_TRUE(set.IsNotZero());
 }
