@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "address/InternetRange_internal.h"
 #include "appid/CAppSubtypeReader.h"
 #include "frame/ACE_Memmap_Log_Msg.h"
 #include "frame/CFileTypeTable.h"
@@ -17,6 +18,11 @@ class CountingLogSink : public ACE_Memmap_Log_Msg {
  private:
   int* deleted_;
 };
+
+bool RangeTablesLoaded() {
+  return quarn_internet_range::Level1Slot() != nullptr &&
+         quarn_internet_range::Level2Slot() != nullptr;
+}
 
 bool TreeLoaded() {
   return CAppSubtypeReader::FindItemByAppid(CAppSubtypeReader::APP_EXTERN) !=
@@ -40,9 +46,13 @@ TEST(FrameTest, InitAndFiniAreCounted) {
   // The tests run with the module directory at the example data.
   quarn_common_init(0, 0);
   ASSERT_TRUE(TreeLoaded());
+  ASSERT_TRUE(RangeTablesLoaded());
   quarn_common_init(0, 0);
   quarn_common_fini();
   EXPECT_TRUE(TreeLoaded()) << "an inner fini must not release";
+  EXPECT_TRUE(RangeTablesLoaded());
+  // A combined table placed by a host is the library's to release.
+  quarn_internet_range::CombinedSlot() = new CInternetIPRangeTable();
   int deleted = 0;
   g_pACE_Memmap_Log_Msg = new CountingLogSink(&deleted);
   quarn_frame::FileTypeTableSlot() = new CFileTypeTable();
@@ -53,6 +63,8 @@ TEST(FrameTest, InitAndFiniAreCounted) {
   }
   quarn_common_fini();
   EXPECT_FALSE(TreeLoaded());
+  EXPECT_FALSE(RangeTablesLoaded());
+  EXPECT_EQ(nullptr, quarn_internet_range::CombinedSlot());
   EXPECT_EQ(1, deleted);
   EXPECT_EQ(nullptr, g_pACE_Memmap_Log_Msg);
   EXPECT_EQ(nullptr, quarn_frame::FileTypeTableSlot());
