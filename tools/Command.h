@@ -29,6 +29,10 @@ struct CommandRegistrar {
   }
 };
 
+// When `args` asks for help ("--help" or "-h"), prints the usage and
+// summary of the command `name` on standard output and returns true.
+bool HelpRequested(const std::vector<std::string>& args, const char* name);
+
 // Converts GBK text from the library to UTF-8 for the terminal.
 std::string ToTerminal(const std::string& gbk);
 

@@ -17,9 +17,8 @@
 #include "appid/CAppSubtypeReader.h"
 #include "appid/CUserDefAppConfig.h"
 #include "base/OrvaAddr.h"
-#include "base/OrvaPath.h"
-#include "frame/quarn_common_frame.h"
 #include "tools/Command.h"
+#include "tools/common/GatewayConfig.h"
 
 namespace {
 
@@ -77,30 +76,13 @@ bool ParseArgs(const std::vector<std::string>& args, Query* query) {
     }
   }
   if (query->config_dir.empty()) {
-    query->config_dir = Orva::GetModuleDirectory() + "/gateway";
+    query->config_dir = quarn_tool::DefaultConfigDir();
   }
   return true;
 }
 
 std::string Endpoint(uint32_t ip, uint16_t port) {
   return Orva::hip_to_string(ip) + ":" + std::to_string(port);
-}
-
-// Loads the administrator's applications and enters them into the tree.
-void LoadUserApps(const std::string& dir, CUserDefAppConfig* config) {
-  std::string path = dir + "/user_def_app.xml";
-  if (!config->read(path.c_str())) {
-    printf("# no user-defined applications (%s)\n", path.c_str());
-    return;
-  }
-  CAppSubtypeReader::DeleteAllUserDefApp();
-  for (const UserDefAppItem& item : config->items) {
-    const std::string& disp = item.desc.empty() ? item.name : item.desc;
-    CAppSubtypeReader::AddUserDefApp(item.name.c_str(), disp.c_str(),
-                                     item.appid, 1);
-  }
-  printf("# %zu user-defined applications from %s\n", config->items.size(),
-         path.c_str());
 }
 
 void PrintApp(uint32_t appid, const char* how) {
@@ -117,18 +99,25 @@ void PrintApp(uint32_t appid, const char* how) {
 }
 
 int RunApp(const std::vector<std::string>& args) {
+  if (quarn_tool::HelpRequested(args, "app")) return 0;
   Query query;
   if (!ParseArgs(args, &query)) {
     fputs(kUsage, stderr);
     return 2;
   }
-  quarn_common_init(0, 0);
-  // The company plan lets an undecided direction be judged by address.
-  std::string plan = query.config_dir + "/organization.xml";
-  CLocalIPTypeTable_Singleton::instance()->LoadFromFile(plan.c_str());
-
-  CUserDefAppConfig* config = CUserDefAppConfig_Singleton::instance();
-  LoadUserApps(query.config_dir, config);
+  quarn_tool::LibrarySession session;
+  // The company plan lets an undecided direction be judged by address; the
+  // administrator's applications are entered into the protocol tree.
+  quarn_tool::GatewayConfig gateway;
+  if (!gateway.Load(query.config_dir, quarn_tool::kConfigApps)) {
+    fprintf(stderr, "quarn: %s\n", gateway.problems()[0].c_str());
+    return 1;
+  }
+  for (const std::string& problem : gateway.problems()) {
+    printf("# %s\n", problem.c_str());
+  }
+  const CUserDefAppConfig* config = &gateway.apps();
+  printf("# %zu user-defined applications\n", config->items.size());
 
   const tagIPv4_CONNECT_ADDR& addr = query.addr;
   printf("connection:  %s  %s  %s\n",
@@ -154,7 +143,6 @@ int RunApp(const std::vector<std::string>& args) {
   } else {
     PrintApp(quarn_GetUKAppId(addr, query.transport), "unknown application");
   }
-  quarn_common_fini();
   return 0;
 }
 

@@ -17,6 +17,7 @@ void PrintItem(const Item* item, int level) {
 }
 
 int RunApps(const std::vector<std::string>& args) {
+  if (quarn_tool::HelpRequested(args, "apps")) return 0;
   if (!args.empty()) {
     fprintf(stderr, "usage: quarn apps\n");
     return 2;

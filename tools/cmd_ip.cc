@@ -14,14 +14,13 @@
 #include "address/CLocalIPTypeTable.h"
 #include "address/InternetRange.h"
 #include "base/OrvaAddr.h"
-#include "base/OrvaPath.h"
 #include "frame/quarn_common_frame.h"
 #include "tools/Command.h"
+#include "tools/common/GatewayConfig.h"
 
 namespace {
 
 const char kUsage[] = "usage: quarn ip [--config DIR] <address> [...]\n";
-const char kPlanFile[] = "organization.xml";
 
 bool ParseArgs(const std::vector<std::string>& args, std::string* config_dir,
                std::vector<uint32_t>* addresses) {
@@ -37,8 +36,7 @@ bool ParseArgs(const std::vector<std::string>& args, std::string* config_dir,
     }
     addresses->push_back(ip);
   }
-  if (config_dir->empty())
-    *config_dir = Orva::GetModuleDirectory() + "/gateway";
+  if (config_dir->empty()) *config_dir = quarn_tool::DefaultConfigDir();
   return !addresses->empty();
 }
 
@@ -80,18 +78,19 @@ void PrintAddress(const CLocalIPTypeTable& plan, uint32_t ip) {
 }
 
 int RunIp(const std::vector<std::string>& args) {
+  if (quarn_tool::HelpRequested(args, "ip")) return 0;
   std::string config_dir;
   std::vector<uint32_t> addresses;
   if (!ParseArgs(args, &config_dir, &addresses)) {
     fputs(kUsage, stderr);
     return 2;
   }
-  CLocalIPTypeTable* plan = CLocalIPTypeTable_Singleton::instance();
-  const std::string plan_path = config_dir + "/" + kPlanFile;
-  if (plan == nullptr || !plan->LoadFromFile(plan_path.c_str())) {
-    fprintf(stderr, "quarn: cannot load %s\n", plan_path.c_str());
+  quarn_tool::GatewayConfig config;
+  if (!config.Load(config_dir, quarn_tool::kConfigPlan)) {
+    fprintf(stderr, "quarn: %s\n", config.problems()[0].c_str());
     return 1;
   }
+  const CLocalIPTypeTable* plan = config.plan();
   quarn_common_init(0, 0);
   for (uint32_t ip : addresses) PrintAddress(*plan, ip);
   quarn_common_fini();

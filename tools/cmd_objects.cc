@@ -16,6 +16,7 @@
 #include "objects/CIPObjMgr.h"
 #include "objects/CTimeObjMgrConfig.h"
 #include "tools/Command.h"
+#include "tools/common/GatewayConfig.h"
 
 namespace {
 
@@ -57,7 +58,7 @@ bool ParseArgs(const std::vector<std::string>& args, Query* query) {
     }
   }
   if (query->config_dir.empty()) {
-    query->config_dir = Orva::GetModuleDirectory() + "/gateway";
+    query->config_dir = quarn_tool::DefaultConfigDir();
   }
   return true;
 }
@@ -91,23 +92,20 @@ void PrintTimeObjects(const CTimeObjMgrConfig& mgr, const Query& query) {
 }
 
 int RunObjects(const std::vector<std::string>& args) {
+  if (quarn_tool::HelpRequested(args, "objects")) return 0;
   Query query;
   if (!ParseArgs(args, &query)) {
     fputs(kUsage, stderr);
     return 2;
   }
-  std::string ip_path = query.config_dir + "/ip_obj_mgr.xml";
-  std::string time_path = query.config_dir + "/time_obj_mgr.xml";
-  CIPObjMgr ip_objects;
-  CTimeObjMgrConfig time_objects;
-  if (!ip_objects.LoadFromFile(ip_path.c_str())) {
-    fprintf(stderr, "quarn: cannot load %s\n", ip_path.c_str());
-    return 1;
+  quarn_tool::GatewayConfig config;
+  const bool loaded = config.Load(query.config_dir, quarn_tool::kConfigObjects);
+  for (const std::string& problem : config.problems()) {
+    fprintf(stderr, "quarn: %s\n", problem.c_str());
   }
-  if (!time_objects.LoadFromFile(time_path.c_str())) {
-    fprintf(stderr, "quarn: cannot load %s\n", time_path.c_str());
-    return 1;
-  }
+  if (!loaded || !config.problems().empty()) return 1;
+  const CIPObjMgr& ip_objects = config.ip_objects();
+  const CTimeObjMgrConfig& time_objects = config.time_objects();
   printf("host %s", Orva::hip_to_string(query.ip).c_str());
   if (query.has_mac) printf("  mac %s", Orva::mac_addr_to_a(query.mac).c_str());
   printf("  at %s\n",

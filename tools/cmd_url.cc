@@ -7,25 +7,17 @@
 // configuration directory, by default "gateway" in the module directory.
 
 #include <stdio.h>
-#include <sys/stat.h>
 
 #include <string>
 #include <vector>
 
 #include "base/OrvaPath.h"
 #include "tools/Command.h"
+#include "tools/common/GatewayConfig.h"
 #include "url/CURL_Type_Finder_Ex.h"
 #include "url/CWhiteURLConfig.h"
 
 namespace {
-
-const uint64_t kSystemSlot = 1 << 20;
-const uint64_t kUserSlot = 1 << 16;
-
-bool Exists(const std::string& path) {
-  struct stat st;
-  return stat(path.c_str(), &st) == 0;
-}
 
 // The URL as the gateway sees it: without "http://" or "https://".
 std::string StripScheme(const std::string& url) {
@@ -56,7 +48,8 @@ void PrintCategories(const char* label, uint64_t word, bool system,
 }
 
 int RunURL(const std::vector<std::string>& args) {
-  std::string config_dir = Orva::GetModuleDirectory() + "/gateway";
+  if (quarn_tool::HelpRequested(args, "url")) return 0;
+  std::string config_dir = quarn_tool::DefaultConfigDir();
   std::vector<std::string> urls;
   for (size_t i = 0; i < args.size(); ++i) {
     if (args[i] == "--config" && i + 1 < args.size()) {
@@ -69,25 +62,20 @@ int RunURL(const std::vector<std::string>& args) {
     fprintf(stderr, "usage: quarn url [--config DIR] <url> [...]\n");
     return 2;
   }
-  std::string sys_path = Orva::GetModuleOtherFileName("url", "sys_url.dat");
-  if (!Exists(sys_path)) {
-    sys_path = Orva::GetModuleOtherFileName("url", "sys_url.xml");
+  quarn_tool::GatewayConfig config;
+  if (!config.Load(config_dir, quarn_tool::kConfigUrls)) {
+    fprintf(stderr, "quarn: %s\n", config.problems()[0].c_str());
+    return 1;
   }
-  std::string user_path = config_dir + "/user_url.xml";
-  std::string white_path = config_dir + "/white_url.xml";
-
-  CURL_Type_Finder_Ex finder;
-  finder.init(kSystemSlot, kSystemSlot, kSystemSlot, kSystemSlot, kSystemSlot,
-              0, kUserSlot, kUserSlot, kUserSlot, kUserSlot, kUserSlot, 0);
-  finder.LoadURLDB(sys_path.c_str(), user_path.c_str(), 1);
-  CWhiteURLConfig white;
-  bool have_white = white.LoadFromFile(white_path.c_str()) == 1;
-  printf("system database: %s (%zu categories)\n", sys_path.c_str(),
+  for (const std::string& problem : config.problems()) {
+    fprintf(stderr, "quarn: %s\n", problem.c_str());
+  }
+  CURL_Type_Finder_Ex& finder = config.urls();
+  const CWhiteURLConfig& white = config.white_urls();
+  printf("system database: %zu categories\n",
          finder.system_names().url_db().types.size());
-  printf("user database:   %s (%zu categories)\n", user_path.c_str(),
+  printf("user database:   %zu categories\n",
          finder.user_names().url_db().types.size());
-  printf("white list:      %s (%s)\n", white_path.c_str(),
-         have_white ? "loaded" : "not loaded");
 
   for (const std::string& url : urls) {
     URL_GROUP_TYPE set;

@@ -11,54 +11,17 @@
 
 #include "address/CLocalIPTypeTable.h"
 #include "base/OrvaAddr.h"
-#include "base/OrvaPath.h"
 #include "base/OrvaTime.h"
 #include "employee/CEmployeeAuthAccountMgr.h"
 #include "employee/CEmployeeInfoMgr.h"
 #include "employee/CMyEmployeeDynamicInfoMgr.h"
 #include "tools/Command.h"
+#include "tools/common/GatewayConfig.h"
 
 namespace {
 
 const char kUsage[] =
     "usage: quarn who [--config DIR] <IPv4 address | MAC address> [...]\n";
-const unsigned int kCapacity = 65536;
-
-struct Tables {
-  CLocalIPTypeTable plan;
-  CEmployeeInfoMgr employees;
-  CEmployeeAuthAccountMgr accounts;
-  CMyEmployeeDynamicInfoMgr signed_in;
-};
-
-// Loads what the directory holds; a missing table stays empty (and is
-// reported), a missing plan is an error.
-bool LoadTables(const std::string& dir, Tables* t) {
-  if (t->plan.LoadFromFile((dir + "/organization.xml").c_str()) == 0) {
-    fprintf(stderr, "quarn: cannot load %s/organization.xml\n", dir.c_str());
-    return false;
-  }
-  const int mac_finder = t->plan.netenv().IsLayer3() ? 0 : 1;
-  if (!t->employees.Create(&t->plan, kCapacity, mac_finder) ||
-      !t->accounts.Create(kCapacity) ||
-      !t->signed_in.Create(kCapacity, mac_finder)) {
-    fprintf(stderr, "quarn: out of memory\n");
-    return false;
-  }
-  if (t->employees.Load((dir + "/tb_employee.xml").c_str()) == 0) {
-    fprintf(stderr, "quarn: no employee table in %s\n", dir.c_str());
-  }
-  t->employees.ResetOrgIdForEmployee();
-  if (t->accounts.LoadFromFile(
-          (dir + "/tb_employee_auth_account.xml").c_str()) == 0) {
-    fprintf(stderr, "quarn: no account table in %s\n", dir.c_str());
-  }
-  if (t->signed_in.Load_bin(dir.c_str()) == 0) {
-    fprintf(stderr, "quarn: no signed-in state in %s\n", dir.c_str());
-  }
-  return true;
-}
-
 // The name of a department or class id; the DMZ class has a name of its
 // own.
 std::string DepartmentName(const CLocalIPTypeTable& plan, unsigned int id) {
@@ -76,19 +39,20 @@ std::string TimeText(int32_t time) {
                    : Orva::FormatTime(Orva::kTimeFormatDateTime, time);
 }
 
-void PrintAccount(Tables& t, const EMPLOYEE_DYNAMIC_INFO* e) {
+void PrintAccount(quarn_tool::GatewayConfig& t,
+                  const EMPLOYEE_DYNAMIC_INFO* e) {
   if (e == nullptr) {
     printf("  %-13s no\n", "signed in");
     return;
   }
-  printf(
-      "  %-13s %s (did %llu) since %s, state %d\n", "signed in",
-      quarn_tool::ToTerminal(t.accounts.GetShowName(e->did, 2).c_str()).c_str(),
-      static_cast<unsigned long long>(e->did),
-      TimeText(static_cast<int32_t>(e->auth_time)).c_str(), e->state);
+  printf("  %-13s %s (did %llu) since %s, state %d\n", "signed in",
+         quarn_tool::ToTerminal(t.accounts().GetShowName(e->did, 2).c_str())
+             .c_str(),
+         static_cast<unsigned long long>(e->did),
+         TimeText(static_cast<int32_t>(e->auth_time)).c_str(), e->state);
 }
 
-void PrintEmployee(Tables& t, const EMPLOYEE_INFO& r) {
+void PrintEmployee(quarn_tool::GatewayConfig& t, const EMPLOYEE_INFO& r) {
   int from_ip = 0;
   printf("%s\n", quarn_tool::ToTerminal(r.GetShownName(&from_ip)).c_str());
   printf("  %-13s %s", "ip", Orva::hip_to_string(r.ip).c_str());
@@ -99,7 +63,7 @@ void PrintEmployee(Tables& t, const EMPLOYEE_INFO& r) {
     printf(" (seen as %s)", MacText(r.vlan_mac).c_str());
   }
   printf("\n  %-13s %u %s\n", "department", r.dep_id,
-         quarn_tool::ToTerminal(DepartmentName(t.plan, r.dep_id)).c_str());
+         quarn_tool::ToTerminal(DepartmentName(*t.plan(), r.dep_id)).c_str());
   const std::pair<const char*, const std::string*> texts[] = {
       {"name", &r.name},
       {"host name", &r.host_name},
@@ -115,20 +79,20 @@ void PrintEmployee(Tables& t, const EMPLOYEE_INFO& r) {
   printf("  %-13s %s%s%s\n", "last active",
          TimeText(r.last_active_time).c_str(), r.checked ? ", checked" : "",
          r.ipmac_bind ? ", IP-MAC bound" : "");
-  EMPLOYEE_DYNAMIC_INFO* e = t.signed_in.FindEmployeeByRunIP(r.ip);
+  EMPLOYEE_DYNAMIC_INFO* e = t.signed_in().FindEmployeeByRunIP(r.ip);
   PrintAccount(t, e);
 }
 
-int Who(Tables& t, const std::string& address) {
+int Who(quarn_tool::GatewayConfig& t, const std::string& address) {
   uint32_t ip = 0;
   unsigned char mac[6];
   std::vector<EMPLOYEE_INFO*> found;
   if (Orva::string_to_hip(address.c_str(), &ip)) {
-    for (int c = t.employees.GetHeadBlockByOneIP(ip); c != -1;) {
-      found.push_back(t.employees.GetNextBlockFromHeadByOneIP(ip, c));
+    for (int c = t.employees().GetHeadBlockByOneIP(ip); c != -1;) {
+      found.push_back(t.employees().GetNextBlockFromHeadByOneIP(ip, c));
     }
   } else if (Orva::a_to_mac_addr(address.c_str(), mac)) {
-    EMPLOYEE_INFO* r = t.employees.FindByMAC(mac);
+    EMPLOYEE_INFO* r = t.employees().FindByMAC(mac);
     if (r != nullptr) found.push_back(r);
   } else {
     fprintf(stderr, "quarn: not an address: %s\n", address.c_str());
@@ -137,10 +101,10 @@ int Who(Tables& t, const std::string& address) {
   if (found.empty()) {
     printf("%s: no employee record\n", address.c_str());
     if (ip != 0) {
-      const unsigned int dep = t.plan.GetDepartmentIdByIP(ip);
+      const unsigned int dep = t.plan()->GetDepartmentIdByIP(ip);
       printf("  %-13s %u %s\n", "department", dep,
-             quarn_tool::ToTerminal(DepartmentName(t.plan, dep)).c_str());
-      PrintAccount(t, t.signed_in.FindEmployeeByRunIP(ip));
+             quarn_tool::ToTerminal(DepartmentName(*t.plan(), dep)).c_str());
+      PrintAccount(t, t.signed_in().FindEmployeeByRunIP(ip));
     }
     return 1;
   }
@@ -149,6 +113,7 @@ int Who(Tables& t, const std::string& address) {
 }
 
 int RunWho(const std::vector<std::string>& args) {
+  if (quarn_tool::HelpRequested(args, "who")) return 0;
   std::string dir;
   std::vector<std::string> addresses;
   for (size_t i = 0; i < args.size(); ++i) {
@@ -162,9 +127,13 @@ int RunWho(const std::vector<std::string>& args) {
     fputs(kUsage, stderr);
     return 2;
   }
-  if (dir.empty()) dir = Orva::GetModuleDirectory() + "/gateway";
-  Tables tables;
-  if (!LoadTables(dir, &tables)) return 2;
+  if (dir.empty()) dir = quarn_tool::DefaultConfigDir();
+  quarn_tool::GatewayConfig tables;
+  const bool loaded = tables.Load(dir, quarn_tool::kConfigEmployees);
+  for (const std::string& problem : tables.problems()) {
+    fprintf(stderr, "quarn: %s\n", problem.c_str());
+  }
+  if (!loaded || !tables.has_employees()) return 2;
   int status = 0;
   for (const std::string& address : addresses) {
     int one = Who(tables, address);

@@ -1,8 +1,6 @@
 // quarn: looks at the gateway's configuration and reference data the way
 // the library sees it. `quarn help` lists the sub-commands.
 
-#include <errno.h>
-#include <iconv.h>
 #include <stdio.h>
 #include <string.h>
 
@@ -18,27 +16,17 @@ std::vector<Command>& Commands() {
   return commands;
 }
 
-std::string ToTerminal(const std::string& gbk) {
-  iconv_t cd = iconv_open("UTF-8", "GBK");
-  if (cd == reinterpret_cast<iconv_t>(-1)) return gbk;
-  std::string out;
-  char buffer[256];
-  char* in = const_cast<char*>(gbk.data());
-  size_t in_left = gbk.size();
-  while (in_left > 0) {
-    char* out_ptr = buffer;
-    size_t out_left = sizeof(buffer);
-    size_t rc = iconv(cd, &in, &in_left, &out_ptr, &out_left);
-    out.append(buffer, out_ptr - buffer);
-    if (rc == static_cast<size_t>(-1) && errno != E2BIG) {
-      // A byte that is not GBK: show it as "?" and go on.
-      out += '?';
-      ++in;
-      --in_left;
+bool HelpRequested(const std::vector<std::string>& args, const char* name) {
+  bool asked = false;
+  for (const std::string& arg : args) asked |= arg == "--help" || arg == "-h";
+  if (!asked) return false;
+  for (const Command& command : Commands()) {
+    if (strcmp(command.name, name) == 0) {
+      printf("usage: quarn %s %s\n\n%s\n", command.name, command.usage,
+             command.summary);
     }
   }
-  iconv_close(cd);
-  return out;
+  return true;
 }
 
 }  // namespace quarn_tool
@@ -52,6 +40,7 @@ void PrintHelp(FILE* out) {
             command.summary);
   }
   fprintf(out,
+          "\n`quarn <command> --help` describes one command.\n"
           "\nReference data is read from the library's directory, or from\n"
           "$QUARN_MODULE_DIR when it is set.\n");
 }

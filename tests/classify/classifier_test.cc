@@ -1,0 +1,295 @@
+// The classification engine on connections whose every decision was worked
+// out by hand from the example configuration in examples/gateway/ and the
+// example range tables and URL databases.
+
+#include <stdlib.h>
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tools/Command.h"
+#include "tools/common/ConnectionClassifier.h"
+#include "tools/common/ConnectionRecord.h"
+#include "tools/common/GatewayConfig.h"
+
+namespace quarn_tool {
+namespace {
+
+class ClassifierTest : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    session_ = new LibrarySession;
+    config_ = new GatewayConfig;
+    ASSERT_TRUE(
+        config_->Load(std::string(QUARN_SOURCE_DIR) + "/examples/gateway"));
+    EXPECT_TRUE(config_->problems().empty()) << config_->problems()[0];
+  }
+  static void TearDownTestSuite() {
+    delete config_;
+    delete session_;
+  }
+
+  // Classifies one CSV line in the order of `kHeader`.
+  Classification Classify(const std::string& line, bool explain = false) {
+    RecordReader reader;
+    ConnectionRecord record;
+    std::string error;
+    EXPECT_EQ(RecordReader::kSkip, reader.Feed(kHeader, 1, &record, &error));
+    EXPECT_EQ(RecordReader::kRecord, reader.Feed(line, 2, &record, &error))
+        << error;
+    ConnectionClassifier classifier(config_);
+    Classification c;
+    classifier.Classify(record, explain, &c);
+    return c;
+  }
+
+  static std::string U(const std::string& gbk) { return ToTerminal(gbk); }
+  static std::vector<uint64_t> Ids(const std::vector<NamedId>& list) {
+    std::vector<uint64_t> ids;
+    for (const NamedId& item : list) ids.push_back(item.id);
+    return ids;
+  }
+
+  static constexpr const char* kHeader =
+      "time,first_ip,first_port,second_ip,second_port,transport,url,mac";
+  static LibrarySession* session_;
+  static GatewayConfig* config_;
+};
+
+LibrarySession* ClassifierTest::session_ = nullptr;
+GatewayConfig* ClassifierTest::config_ = nullptr;
+
+TEST_F(ClassifierTest, OutboundWebFromASignedInEmployee) {
+  // Wednesday morning; the finance clerk's host to a news portal in
+  // Zhongshan, Guangdong.
+  Classification c = Classify(
+      "2026-11-18 09:15:00,10.10.2.15,51234,1.130.4.5,443,tcp,"
+      "http://www.beijinzhi272.org/a,");
+  EXPECT_EQ(DIR_CS_FIRST_CLIENT, c.cs_dir);
+  EXPECT_EQ(DIR_IO_OUT, c.data_dir);
+  EXPECT_EQ(0x0A0A020Fu, c.inside_ip);
+  EXPECT_EQ(443, c.outside_port);
+  EXPECT_EQ(102u, c.class_id);
+  EXPECT_EQ("财务部", U(c.class_name));
+  EXPECT_EQ(0x0000A02A00000000ull, c.area1.id);
+  EXPECT_EQ(0x0000A02A08000000ull, c.area2.id);
+  EXPECT_EQ("广东省中山市", U(c.area2.name));
+  EXPECT_EQ(19020001u, c.appid);  // unknown TCP service: port 443
+  EXPECT_FALSE(c.user_defined_app);
+  ASSERT_TRUE(c.has_url);
+  EXPECT_EQ("www.beijinzhi272.org/a", c.url);
+  EXPECT_EQ(std::vector<uint64_t>{0}, Ids(c.sys_categories));
+  EXPECT_EQ("新闻门户", U(c.sys_categories[0].name));
+  EXPECT_TRUE(c.user_categories.empty());
+  EXPECT_FALSE(c.white);
+  EXPECT_EQ(0u, c.ip_object_mask);
+  EXPECT_EQ(2u, c.time_object_mask);  // working time only
+  ASSERT_TRUE(c.has_employee);
+  EXPECT_EQ("李会计", U(c.employee));
+  EXPECT_EQ(102u, c.employee_dep_id);
+  ASSERT_TRUE(c.signed_in);
+  EXPECT_EQ("lihj(李会计)", U(c.account));
+}
+
+TEST_F(ClassifierTest, UserDefinedApplicationsDecideAppAndClient) {
+  // OA: server address 10.10.1.30, ports 443 and 8443; written with the
+  // server first, so the application turns the client round.
+  Classification oa =
+      Classify("2026-11-17 12:30:00,10.10.1.30,8443,10.10.3.200,40000,tcp,,");
+  EXPECT_TRUE(oa.user_defined_app);
+  EXPECT_EQ(19000002u, oa.appid);
+  EXPECT_EQ("协同办公平台", U(oa.app_name));
+  EXPECT_EQ(DIR_CS_FIRST_SERVER, oa.cs_dir);
+  // Both ends are intranet, so the first end counts as the inside one; the
+  // OA server's address is in no department.
+  EXPECT_EQ(DIR_IO_OUT, oa.data_dir);
+  EXPECT_EQ(0x0A0A011Eu, oa.inside_ip);
+  EXPECT_EQ(25u, oa.class_id);
+
+  // The video meeting is UDP only; over TCP the same ports are unknown.
+  Classification video =
+      Classify("2026-11-17 12:30:00,192.168.10.5,50010,3.210.1.1,50050,udp,,");
+  EXPECT_EQ(19000003u, video.appid);
+  Classification tcp =
+      Classify("2026-11-17 12:30:00,192.168.10.5,50010,3.210.1.1,50050,tcp,,");
+  EXPECT_FALSE(tcp.user_defined_app);
+  EXPECT_EQ(19010001u, tcp.appid);  // unknown TCP data: both ports high
+
+  // ERP is TCP only: UDP to its port is unknown UDP data.
+  Classification erp = Classify(
+      "2026-11-17 12:30:00,192.168.20.200,40000,10.10.1.20,8005,udp,,");
+  EXPECT_EQ(19010002u, erp.appid);
+
+  // Branch sync holds for any address in 172.20.0.0/16, whatever the port.
+  Classification sync =
+      Classify("2026-11-17 12:30:00,172.20.1.9,40000,9.40.2.2,9000,tcp,,");
+  EXPECT_EQ(19000004u, sync.appid);
+  EXPECT_EQ(108u, sync.class_id);
+  EXPECT_EQ("台湾省", U(sync.area1.name));
+}
+
+TEST_F(ClassifierTest, InboundAndBroadcastDirections) {
+  // From Shanghai to the web server in the DMZ: inbound, and the first
+  // (outside) end is not the client.
+  Classification in =
+      Classify("2026-11-18 14:05:30,2.20.1.1,5903,203.0.113.10,80,tcp,,");
+  EXPECT_EQ(DIR_IO_IN, in.data_dir);
+  EXPECT_EQ(DIR_CS_FIRST_SERVER, in.cs_dir);
+  EXPECT_EQ(0xCB00710Au, in.inside_ip);
+  EXPECT_EQ(80, in.inside_port);
+  EXPECT_EQ(31u, in.class_id);
+  EXPECT_EQ("公司外网-DMZ", U(in.class_name));
+  EXPECT_EQ("上海市", U(in.area1.name));
+  EXPECT_EQ(in.area1.id, in.area2.id);  // only Guangdong has level 2
+  EXPECT_TRUE(in.has_employee);         // the DMZ web server's record
+  EXPECT_EQ(31u, in.employee_dep_id);
+
+  // A NetBIOS broadcast: the .255 end is the server.
+  Classification bc =
+      Classify("2026-11-17 12:30:00,10.10.3.5,137,10.10.3.255,138,udp,,");
+  EXPECT_EQ(DIR_CS_FIRST_CLIENT, bc.cs_dir);
+  EXPECT_EQ(103u, bc.class_id);
+  EXPECT_EQ(19020002u, bc.appid);                 // unknown UDP service
+  EXPECT_EQ(0x000FFFFF00000000ull, bc.area1.id);  // no internet area
+  Classification bc_first =
+      Classify("2026-11-17 12:30:00,10.10.3.255,138,10.10.3.5,137,udp,,");
+  EXPECT_EQ(DIR_CS_FIRST_SERVER, bc_first.cs_dir);
+
+  // Both ends outside: inbound, the second end stands for the inside one,
+  // of the abnormal external class.
+  Classification out =
+      Classify("2026-11-21 23:10:00,1.2.3.4,40000,3.1.1.1,80,tcp,,");
+  EXPECT_EQ(DIR_IO_IN, out.data_dir);
+  EXPECT_EQ(50u, out.class_id);
+  EXPECT_EQ("香港特别行政区", U(out.area1.name));
+}
+
+TEST_F(ClassifierTest, ObjectsByRangeMacAndTime) {
+  // A guest-network address (private, in no company range) on a national
+  // holiday, with the super white list's MAC.
+  Classification guest = Classify(
+      "2026-10-01 10:00:00,172.16.100.5,40000,1.2.3.4,5000,udp,"
+      "badsite.example.com/x,00-1A-2B-3C-4D-01");
+  EXPECT_EQ(40u, guest.class_id);
+  EXPECT_EQ(0x401u, guest.ip_object_mask);  // super white list + guests
+  EXPECT_EQ((std::vector<uint64_t>{1, 1024}), Ids(guest.ip_objects));
+  EXPECT_EQ("访客网络", U(guest.ip_objects[1].name));
+  EXPECT_EQ(1u, guest.time_object_mask);  // holiday: non-working time
+  EXPECT_EQ(std::vector<uint64_t>{1}, Ids(guest.user_categories));
+  EXPECT_EQ("禁止访问网站", U(guest.user_categories[0].name));
+
+  // A warehouse host that is also listed as a server, at lunch time.
+  Classification server =
+      Classify("2026-11-17 12:30:00,192.168.20.200,40000,1.2.3.4,80,tcp,,");
+  EXPECT_EQ(113u, server.class_id);
+  EXPECT_EQ(0x900u, server.ip_object_mask);
+  EXPECT_EQ(0x12u, server.time_object_mask);  // working time and lunch
+
+  // Saturday night; a Monday before working time begins.
+  EXPECT_EQ(0x21u, Classify("2026-11-21 23:10:00,10.10.3.5,40000,1.2.3.4,"
+                            "80,tcp,,")
+                       .time_object_mask);
+  EXPECT_EQ(0u, Classify("2026-11-16 08:10:00,10.10.3.5,40000,1.2.3.4,"
+                         "80,tcp,,")
+                        .time_object_mask &
+                    2u);  // before 08:30
+}
+
+TEST_F(ClassifierTest, WhiteListAndSchemes) {
+  Classification white = Classify(
+      "2026-11-18 10:00:00,10.10.1.10,5000,4.176.40.1,80,tcp,"
+      "https://oa.example.cn:8080/flow,");
+  EXPECT_EQ("oa.example.cn:8080/flow", white.url);
+  EXPECT_TRUE(white.white);
+  EXPECT_TRUE(white.sys_categories.empty());
+  EXPECT_EQ("广东省广州市", U(white.area2.name));
+  EXPECT_EQ("王总", U(white.employee));
+
+  Classification docs = Classify(
+      "2026-11-22 03:20:00,10.10.4.5,40000,9.40.2.2,443,tcp,"
+      "docs.example.com/api/v2,");
+  EXPECT_EQ(111u, docs.class_id);  // listed by address
+  EXPECT_EQ(std::vector<uint64_t>{2}, Ids(docs.user_categories));
+  EXPECT_FALSE(docs.white);
+  EXPECT_FALSE(docs.has_employee);
+  EXPECT_FALSE(docs.signed_in);
+
+  Classification none =
+      Classify("2026-11-22 03:20:00,10.10.4.5,40000,9.40.2.2,443,tcp,,");
+  EXPECT_FALSE(none.has_url);
+}
+
+TEST_F(ClassifierTest, ExplainNamesTheEvidence) {
+  Classification c = Classify(
+      "2026-11-18 09:15:00,10.10.2.15,51234,1.130.4.5,443,tcp,"
+      "www.beijinzhi272.org/,",
+      true);
+  EXPECT_EQ("department range 10.10.2.0-10.10.2.255", c.class_evidence);
+  EXPECT_NE(std::string::npos, c.time_evidence.find("Wednesday 09:15"));
+  EXPECT_NE(std::string::npos, c.url_evidence.find("0x0000000000000001"));
+  EXPECT_NE(std::string::npos, c.employee_evidence.find("signed in"));
+
+  Classification app = Classify(
+      "2026-11-17 12:30:00,10.10.1.20,40000,10.10.1.30,8443,tcp,,", true);
+  EXPECT_NE(std::string::npos, app.app_evidence.find("\"oa\""));
+  EXPECT_NE(std::string::npos, app.app_evidence.find("443,8443"));
+  EXPECT_NE(std::string::npos, app.cs_evidence.find("oa"));
+  EXPECT_EQ("intranet range 10.10.0.0-10.10.255.255, in no department",
+            app.class_evidence);
+
+  Classification guest = Classify(
+      "2026-10-01 10:00:00,172.16.100.5,40000,1.2.3.4,5000,udp,,"
+      "00-1A-2B-3C-4D-01",
+      true);
+  ASSERT_EQ(2u, guest.ip_objects.size());
+  EXPECT_EQ("MAC 00-1A-2B-3C-4D-01", guest.ip_objects[0].evidence);
+  EXPECT_EQ("range 172.16.100.1-172.16.100.254", guest.ip_objects[1].evidence);
+  EXPECT_NE(std::string::npos, guest.time_evidence.find("a holiday"));
+
+  // Without --explain no evidence is gathered.
+  Classification quiet = Classify(
+      "2026-10-01 10:00:00,172.16.100.5,40000,1.2.3.4,5000,udp,,"
+      "00-1A-2B-3C-4D-01");
+  EXPECT_TRUE(quiet.class_evidence.empty());
+  EXPECT_TRUE(quiet.ip_objects[0].evidence.empty());
+}
+
+TEST(GatewayConfigTest, ReportsMissingAndBrokenDocuments) {
+  LibrarySession session;
+  const std::string tmp = std::string(QUARN_TEST_TMP_DIR) + "/gateway";
+  const std::string examples = std::string(QUARN_SOURCE_DIR) + "/examples";
+  ASSERT_EQ(0, system(("mkdir -p " + tmp + " && cp " + examples +
+                       "/gateway/organization.xml " + tmp +
+                       "/ && echo '<ip_obj_mgr><a></b></ip_obj_mgr>' > " + tmp +
+                       "/ip_obj_mgr.xml")
+                          .c_str()));
+  {
+    GatewayConfig config;
+    EXPECT_TRUE(config.Load(tmp));
+    bool broken = false;
+    bool missing = false;
+    for (const std::string& p : config.problems()) {
+      if (p == tmp + "/ip_obj_mgr.xml: not a well-formed XML document")
+        broken = true;
+      if (p == tmp + "/time_obj_mgr.xml: No such file or directory")
+        missing = true;
+    }
+    EXPECT_TRUE(broken && missing)
+        << ::testing::PrintToString(config.problems());
+  }
+  {
+    GatewayConfig config;
+    EXPECT_FALSE(config.Load(tmp + "/none"));
+    ASSERT_EQ(1u, config.problems().size());
+    EXPECT_EQ(tmp + "/none/organization.xml: No such file or directory",
+              config.problems()[0]);
+  }
+  // Leave the process-wide plan as the other tests expect it.
+  CLocalIPTypeTable_Singleton::instance()->LoadFromFile(
+      (examples + "/gateway/organization.xml").c_str());
+}
+
+}  // namespace
+}  // namespace quarn_tool

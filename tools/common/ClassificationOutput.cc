@@ -1,0 +1,241 @@
+#include "tools/common/ClassificationOutput.h"
+
+namespace quarn_tool {
+
+namespace {
+
+// Dotted form of a host-order address, written by hand: formatting
+// addresses through printf was a visible share of the time per connection.
+std::string IpText(uint32_t ip) {
+  char buffer[16];
+  char* p = buffer;
+  for (int shift = 24; shift >= 0; shift -= 8) {
+    unsigned octet = (ip >> shift) & 0xFF;
+    if (octet >= 100) *p++ = static_cast<char>('0' + octet / 100);
+    if (octet >= 10) *p++ = static_cast<char>('0' + octet / 10 % 10);
+    *p++ = static_cast<char>('0' + octet % 10);
+    if (shift > 0) *p++ = '.';
+  }
+  return std::string(buffer, p - buffer);
+}
+
+std::string Endpoint(uint32_t ip, uint16_t port) {
+  return IpText(ip) + ":" + std::to_string(port);
+}
+
+void Evidence(bool explain, const std::string& text, JsonWriter* json) {
+  if (!explain) return;
+  json->Key("evidence");
+  json->Gbk(text);
+}
+
+void NamedList(const std::vector<NamedId>& list, const char* id_key,
+               bool explain, JsonWriter* json) {
+  json->BeginArray();
+  for (const NamedId& item : list) {
+    json->BeginObject();
+    json->Key(id_key);
+    json->Uint(item.id);
+    json->Key("name");
+    json->Gbk(item.name);
+    if (explain && !item.evidence.empty()) Evidence(true, item.evidence, json);
+    json->EndObject();
+  }
+  json->EndArray();
+}
+
+void Area(const NamedId& area, JsonWriter* json) {
+  json->BeginObject();
+  json->Key("id");
+  json->Hex(area.id);
+  json->Key("name");
+  json->Gbk(area.name);
+  json->EndObject();
+}
+
+void WriteUrl(const Classification& c, bool explain, JsonWriter* json) {
+  json->Key("url");
+  if (!c.has_url) {
+    json->Null();
+    return;
+  }
+  json->BeginObject();
+  json->Key("url");
+  json->Gbk(c.url);
+  json->Key("system");
+  NamedList(c.sys_categories, "bit", false, json);
+  json->Key("user");
+  NamedList(c.user_categories, "bit", false, json);
+  json->Key("type_name");
+  json->Gbk(c.url_type_name);
+  json->Key("white");
+  json->Bool(c.white);
+  Evidence(explain, c.url_evidence, json);
+  json->EndObject();
+}
+
+void WriteObjects(const char* key, uint64_t mask,
+                  const std::vector<NamedId>& list, bool explain,
+                  const std::string& evidence, JsonWriter* json) {
+  json->Key(key);
+  json->BeginObject();
+  json->Key("mask");
+  json->Hex(mask);
+  json->Key("objects");
+  NamedList(list, "id", explain, json);
+  if (!evidence.empty()) Evidence(explain, evidence, json);
+  json->EndObject();
+}
+
+void WriteWho(const Classification& c, bool explain, JsonWriter* json) {
+  json->Key("employee");
+  if (c.has_employee) {
+    json->BeginObject();
+    json->Key("name");
+    json->Gbk(c.employee);
+    json->Key("department_id");
+    json->Uint(c.employee_dep_id);
+    json->Key("department");
+    json->Gbk(c.employee_dep);
+    json->EndObject();
+  } else {
+    json->Null();
+  }
+  json->Key("account");
+  if (c.signed_in) {
+    json->BeginObject();
+    json->Key("did");
+    json->Uint(c.account_did);
+    json->Key("name");
+    json->Gbk(c.account);
+    json->EndObject();
+  } else {
+    json->Null();
+  }
+  if (explain) {
+    json->Key("who_evidence");
+    json->Gbk(c.employee_evidence);
+  }
+}
+
+std::string Names(const std::vector<NamedId>& list, Utf8Cache* cache) {
+  std::string text;
+  for (const NamedId& item : list) {
+    if (!text.empty()) text += ",";
+    text += cache->Get(item.name);
+  }
+  return text.empty() ? "-" : text;
+}
+
+}  // namespace
+
+void WriteClassificationJson(const ConnectionRecord& record,
+                             const Classification& c, bool explain,
+                             JsonWriter* json) {
+  json->Clear();
+  json->BeginObject();
+  json->Key("line");
+  json->Int(record.line);
+  json->Key("time");
+  json->Utf8(record.time_text);
+  json->Key("first");
+  json->Utf8(Endpoint(record.addr.first_ip, record.addr.first_port));
+  json->Key("second");
+  json->Utf8(Endpoint(record.addr.second_ip, record.addr.second_port));
+  json->Key("transport");
+  json->Utf8(record.transport == QUARN_TRANSPORT_UDP ? "udp" : "tcp");
+
+  json->Key("client");
+  json->BeginObject();
+  json->Key("dir");
+  json->Utf8(CsDirName(c.cs_dir));
+  Evidence(explain, c.cs_evidence, json);
+  json->EndObject();
+  json->Key("data_dir");
+  json->BeginObject();
+  json->Key("dir");
+  json->Utf8(DataDirName(c.data_dir));
+  Evidence(explain, c.data_dir_evidence, json);
+  json->EndObject();
+
+  json->Key("inside");
+  json->BeginObject();
+  json->Key("ip");
+  json->Utf8(IpText(c.inside_ip));
+  json->Key("port");
+  json->Uint(c.inside_port);
+  json->Key("class_id");
+  json->Uint(c.class_id);
+  json->Key("class");
+  json->Gbk(c.class_name);
+  Evidence(explain, c.class_evidence, json);
+  json->EndObject();
+
+  json->Key("outside");
+  json->BeginObject();
+  json->Key("ip");
+  json->Utf8(IpText(c.outside_ip));
+  json->Key("port");
+  json->Uint(c.outside_port);
+  json->Key("area1");
+  Area(c.area1, json);
+  json->Key("area2");
+  Area(c.area2, json);
+  json->EndObject();
+
+  json->Key("app");
+  json->BeginObject();
+  json->Key("id");
+  json->Uint(c.appid);
+  json->Key("name");
+  json->Gbk(c.app_name);
+  json->Key("source");
+  json->Utf8(c.user_defined_app ? "user-defined" : "unknown");
+  Evidence(explain, c.app_evidence, json);
+  json->EndObject();
+
+  WriteUrl(c, explain, json);
+  WriteObjects("ip_objects", c.ip_object_mask, c.ip_objects, explain,
+               std::string(), json);
+  WriteObjects("time_objects", c.time_object_mask, c.time_objects, false,
+               explain ? c.time_evidence : std::string(), json);
+  WriteWho(c, explain, json);
+  json->EndObject();
+}
+
+std::vector<TableWriter::Column> ClassificationColumns() {
+  return {{"line", 5},      {"time", 19},       {"client", 6},
+          {"inside", 21},   {"class", 12},      {"outside", 21},
+          {"area", 16},     {"app", 20},        {"url", 16},
+          {"white", 5},     {"ip objects", 12}, {"time objects", 12},
+          {"employee", 10}, {"account", 10}};
+}
+
+void ClassificationCells(const ConnectionRecord& record,
+                         const Classification& c, Utf8Cache* cache,
+                         std::vector<std::string>* cells) {
+  cells->clear();
+  cells->push_back(std::to_string(record.line));
+  cells->push_back(record.time_text);
+  cells->push_back(c.cs_dir == DIR_CS_FIRST_SERVER ? "second" : "first");
+  cells->push_back(Endpoint(c.inside_ip, c.inside_port));
+  cells->push_back(cache->Get(c.class_name));
+  cells->push_back(Endpoint(c.outside_ip, c.outside_port));
+  cells->push_back(cache->Get(c.area2.name));
+  cells->push_back(std::to_string(c.appid) + " " + cache->Get(c.app_name));
+  if (c.has_url) {
+    std::vector<NamedId> all = c.sys_categories;
+    all.insert(all.end(), c.user_categories.begin(), c.user_categories.end());
+    cells->push_back(Names(all, cache));
+    cells->push_back(c.white ? "yes" : "no");
+  } else {
+    cells->push_back("-");
+    cells->push_back("-");
+  }
+  cells->push_back(Names(c.ip_objects, cache));
+  cells->push_back(Names(c.time_objects, cache));
+  cells->push_back(c.has_employee ? cache->Get(c.employee) : "-");
+  cells->push_back(c.signed_in ? cache->Get(c.account) : "-");
+}
+
+}  // namespace quarn_tool

@@ -1,0 +1,113 @@
+// The classification engine of `quarn classify`: takes one connection and
+// asks the library every question a gateway process asks about it, end to
+// end, returning each decision (and, on request, the evidence behind it).
+// Does no I/O, so it can be driven by tests as by the command.
+
+#ifndef QUARN_TOOLS_COMMON_CONNECTIONCLASSIFIER_H_
+#define QUARN_TOOLS_COMMON_CONNECTIONCLASSIFIER_H_
+
+#include <stdint.h>
+
+#include <string>
+#include <vector>
+
+#include "address/AddressPredicates.h"
+#include "tools/common/ConnectionRecord.h"
+#include "tools/common/GatewayConfig.h"
+
+namespace quarn_tool {
+
+// A numbered, named thing: an object, a category, an area. Names are GBK.
+struct NamedId {
+  uint64_t id = 0;
+  std::string name;
+  std::string evidence;  // filled only when explaining
+};
+
+struct Classification {
+  DIR_CS cs_dir = DIR_CS_UNKNOWN;
+  DIR_IO data_dir = DIR_IO_UNKNOWN;
+  uint32_t inside_ip = 0;
+  uint16_t inside_port = 0;
+  uint32_t outside_ip = 0;
+  uint16_t outside_port = 0;
+
+  // Company class or department of the inside end (21, 25, 31, 40, 50 or
+  // a department id) and its name.
+  uint32_t class_id = 0;
+  std::string class_name;
+
+  NamedId area1;  // internet areas of the outside end
+  NamedId area2;
+
+  uint32_t appid = 0;
+  std::string app_name;
+  bool user_defined_app = false;
+  std::string app_item;  // the administrator's application name, if any
+
+  bool has_url = false;
+  std::string url;                       // without its scheme
+  std::vector<NamedId> sys_categories;   // id: bit of the system word
+  std::vector<NamedId> user_categories;  // id: bit of the user word
+  std::string url_type_name;
+  bool white = false;
+
+  uint64_t ip_object_mask = 0;
+  std::vector<NamedId> ip_objects;
+  uint64_t time_object_mask = 0;
+  std::vector<NamedId> time_objects;
+
+  bool has_employee = false;
+  std::string employee;  // the name shown for the host
+  uint32_t employee_dep_id = 0;
+  std::string employee_dep;
+  bool signed_in = false;
+  uint64_t account_did = 0;
+  std::string account;
+
+  // Evidence of the single decisions, filled only when explaining. UTF-8
+  // or ASCII, except that names inside them are GBK.
+  std::string cs_evidence;
+  std::string data_dir_evidence;
+  std::string class_evidence;
+  std::string app_evidence;
+  std::string url_evidence;
+  std::string time_evidence;
+  std::string employee_evidence;
+};
+
+class ConnectionClassifier {
+ public:
+  // `config` must stay loaded, and unchanged, while this object is used.
+  explicit ConnectionClassifier(GatewayConfig* config);
+
+  // Every decision for `record` into *out (which is reset first). With
+  // `explain`, the evidence fields too. One thread at a time.
+  void Classify(const ConnectionRecord& record, bool explain,
+                Classification* out);
+
+ private:
+  void Directions(const ConnectionRecord& record, bool explain,
+                  Classification* out);
+  void InsideClass(bool explain, Classification* out) const;
+  void Areas(Classification* out) const;
+  void Application(const ConnectionRecord& record, bool explain,
+                   Classification* out);
+  void Url(const ConnectionRecord& record, bool explain, Classification* out);
+  void IPObjects(const ConnectionRecord& record, bool explain,
+                 Classification* out) const;
+  void TimeObjects(const ConnectionRecord& record, bool explain,
+                   Classification* out) const;
+  void Employee(bool explain, Classification* out);
+
+  GatewayConfig* config_;
+  const UserDefAppItem* app_item_ = nullptr;  // of the current record
+};
+
+// Text forms of the library's direction values: "DIR_CS_FIRST_CLIENT"...
+const char* CsDirName(DIR_CS dir);
+const char* DataDirName(DIR_IO dir);
+
+}  // namespace quarn_tool
+
+#endif  // QUARN_TOOLS_COMMON_CONNECTIONCLASSIFIER_H_

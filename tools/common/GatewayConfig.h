@@ -1,0 +1,113 @@
+// Everything the `quarn` tool reads from a gateway configuration directory,
+// loaded once: the company address plan, the administrator's applications,
+// the IP and time objects, the URL databases and white list, and the three
+// employee stores.
+//
+// The company address plan is the process-wide instance, because the
+// address predicates and direction functions read that one. The caller
+// brackets the object's life with quarn_common_init / quarn_common_fini
+// (LibrarySession does both), since the protocol tree and the range tables
+// are the library's.
+
+#ifndef QUARN_TOOLS_COMMON_GATEWAYCONFIG_H_
+#define QUARN_TOOLS_COMMON_GATEWAYCONFIG_H_
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "address/CLocalIPTypeTable.h"
+#include "appid/CUserDefAppConfig.h"
+#include "employee/CEmployeeAuthAccountMgr.h"
+#include "employee/CEmployeeInfoMgr.h"
+#include "employee/CMyEmployeeDynamicInfoMgr.h"
+#include "objects/CIPObjMgr.h"
+#include "objects/CTimeObjMgrConfig.h"
+#include "url/CURL_Type_Finder_Ex.h"
+#include "url/CWhiteURLConfig.h"
+
+namespace quarn_tool {
+
+// Starts the library on construction and stops it on destruction.
+class LibrarySession {
+ public:
+  LibrarySession();
+  ~LibrarySession();
+  LibrarySession(const LibrarySession&) = delete;
+  LibrarySession& operator=(const LibrarySession&) = delete;
+};
+
+// The default configuration directory: "gateway" in the module directory.
+std::string DefaultConfigDir();
+
+// Which documents a command needs; Load() reads only those.
+enum ConfigPart {
+  kConfigPlan = 1,
+  kConfigApps = 2,
+  kConfigObjects = 4,
+  kConfigUrls = 8,
+  kConfigEmployees = 16,
+  kConfigAll = 31,
+};
+
+class GatewayConfig {
+ public:
+  GatewayConfig();
+  ~GatewayConfig();
+  GatewayConfig(const GatewayConfig&) = delete;
+  GatewayConfig& operator=(const GatewayConfig&) = delete;
+
+  // Loads the documents of `parts` from directory `dir`. Each missing or
+  // broken document is described in problems() with its path and what the
+  // library said, and leaves its object empty. Returns false only when the
+  // company address plan (needed by everything else) cannot be loaded.
+  // Enters the administrator's applications into the protocol tree, so the
+  // library must be started (LibrarySession).
+  bool Load(const std::string& dir, int parts = kConfigAll);
+
+  const std::string& dir() const { return dir_; }
+  const std::vector<std::string>& problems() const { return problems_; }
+
+  // The process-wide plan; never null after a successful Load().
+  CLocalIPTypeTable* plan() const { return plan_; }
+  const CUserDefAppConfig& apps() const { return apps_; }
+  const CIPObjMgr& ip_objects() const { return ip_objects_; }
+  const CTimeObjMgrConfig& time_objects() const { return time_objects_; }
+  CURL_Type_Finder_Ex& urls() { return *urls_; }
+  const CURL_Type_Finder_Ex& urls() const { return *urls_; }
+  const CWhiteURLConfig& white_urls() const { return white_urls_; }
+  bool has_urls() const { return has_urls_; }
+  bool has_employees() const { return has_employees_; }
+  CEmployeeInfoMgr& employees() { return *employees_; }
+  CEmployeeAuthAccountMgr& accounts() { return *accounts_; }
+  CMyEmployeeDynamicInfoMgr& signed_in() { return *signed_in_; }
+
+  // "<dir>/<name>".
+  std::string PathOf(const char* name) const { return dir_ + "/" + name; }
+
+ private:
+  void Problem(const std::string& path, const std::string& what);
+  bool LoadPlan();
+  void LoadApps();
+  void LoadObjects();
+  void LoadUrls();
+  void LoadEmployees();
+
+  std::string dir_;
+  std::vector<std::string> problems_;
+  CLocalIPTypeTable* plan_ = nullptr;
+  CUserDefAppConfig apps_;
+  CIPObjMgr ip_objects_;
+  CTimeObjMgrConfig time_objects_;
+  std::unique_ptr<CURL_Type_Finder_Ex> urls_;
+  CWhiteURLConfig white_urls_;
+  bool has_urls_ = false;
+  bool has_employees_ = false;
+  std::unique_ptr<CEmployeeInfoMgr> employees_;
+  std::unique_ptr<CEmployeeAuthAccountMgr> accounts_;
+  std::unique_ptr<CMyEmployeeDynamicInfoMgr> signed_in_;
+};
+
+}  // namespace quarn_tool
+
+#endif  // QUARN_TOOLS_COMMON_GATEWAYCONFIG_H_
