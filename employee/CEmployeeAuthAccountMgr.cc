@@ -101,11 +101,9 @@ uint32_t CEmployeeAuthAccountMgr::NameKey(const char* kname) {
 EMPLOYEE_AUTH_ACCOUNT_INFO* CEmployeeAuthAccountMgr::FindEmployeeByDid(
     uint64_t did) {
   if (!pool_.created()) return nullptr;
-  for (int s = pool_.FindKey(kDidIndex, static_cast<uint32_t>(did)); s >= 0;
-       s = pool_.NextKey(kDidIndex, s)) {
-    if (pool_.at(s).did == did) return &pool_.at(s);
-  }
-  return nullptr;
+  // The id index is keyed by the whole id: a key match is a match.
+  int s = pool_.FindKey(kDidIndex, did);
+  return s >= 0 ? &pool_.at(s) : nullptr;
 }
 
 EMPLOYEE_AUTH_ACCOUNT_INFO* CEmployeeAuthAccountMgr::FindEmployeeByKeyName(
@@ -143,7 +141,7 @@ void CEmployeeAuthAccountMgr::Touch() { cur_modified_tick_ = GetTickCount(); }
 
 EMPLOYEE_AUTH_ACCOUNT_INFO* CEmployeeAuthAccountMgr::Inner_InsertOneEmployee(
     const char* kname, uint64_t did, int flag) {
-  uint32_t keys[2] = {static_cast<uint32_t>(did), NameKey(kname)};
+  uint64_t keys[2] = {did, NameKey(kname)};
   int slot = pool_.Take(keys);
   if (slot < 0) return nullptr;
   EMPLOYEE_AUTH_ACCOUNT_INFO& a = pool_.at(slot);
@@ -236,7 +234,7 @@ void CEmployeeAuthAccountMgr::AssignEmployee(
   bool new_did = dst->did != src.did;
   bool new_name = dst->kname != src.kname;
   *dst = src;
-  if (new_did) pool_.Rekey(kDidIndex, slot, static_cast<uint32_t>(src.did));
+  if (new_did) pool_.Rekey(kDidIndex, slot, src.did);
   if (new_name) pool_.Rekey(kNameIndex, slot, NameKey(src.kname.c_str()));
   Touch();
 }

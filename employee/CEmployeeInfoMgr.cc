@@ -100,11 +100,9 @@ EMPLOYEE_INFO* CEmployeeInfoMgr::FindByRunIP(unsigned int ip) {
 }
 
 EMPLOYEE_INFO* CEmployeeInfoMgr::FindInMacIndex(const unsigned char* mac) {
-  for (int s = pool_.FindKey(kMacIndex, MacKey(mac)); s >= 0;
-       s = pool_.NextKey(kMacIndex, s)) {
-    if (SameMac(pool_.at(s).host_mac, mac)) return &pool_.at(s);
-  }
-  return nullptr;
+  // The MAC index is keyed by the whole MAC: a key match is a match.
+  int s = pool_.FindKey(kMacIndex, MacKey(mac));
+  return s >= 0 ? &pool_.at(s) : nullptr;
 }
 
 EMPLOYEE_INFO* CEmployeeInfoMgr::FindByMAC(const unsigned char* mac) {
@@ -124,12 +122,7 @@ EMPLOYEE_INFO* CEmployeeInfoMgr::FindEmployeeByConfigIP(unsigned int cip) {
   return nullptr;
 }
 
-EMPLOYEE_INFO* CEmployeeInfoMgr::FindLastEmployeeByRunIP(unsigned int ip) {
-  if (!pool_.created()) return nullptr;
-  int best = pool_.FindKey(kIpIndex, ip);
-  if (best < 0) return nullptr;
-  if (pool_.ChainLength(kIpIndex, ip) == 1) return &pool_.at(best);
-  // Most addresses have one record; only a second one needs the times.
+EMPLOYEE_INFO* CEmployeeInfoMgr::LatestOnIP(int best) {
   for (int s = pool_.NextKey(kIpIndex, best); s >= 0;
        s = pool_.NextKey(kIpIndex, s)) {
     if (pool_.at(s).last_active_time >= pool_.at(best).last_active_time) {
@@ -245,7 +238,7 @@ int CEmployeeInfoMgr::IsOutsideAdmitted() const {
 
 EMPLOYEE_INFO* CEmployeeInfoMgr::NewRecord(int outside, unsigned int ip,
                                            const unsigned char* mac) {
-  uint32_t keys[2] = {ip, IsZeroMac(mac) ? 0 : MacKey(mac)};
+  uint64_t keys[2] = {ip, IsZeroMac(mac) ? 0 : MacKey(mac)};
   int slot = pool_.Take(keys);
   if (slot < 0) return nullptr;
   EMPLOYEE_INFO& r = pool_.at(slot);
@@ -581,7 +574,7 @@ void CEmployeeInfoMgr::CheckRepeatMac(std::vector<EMPLOYEE_INFO*>& out) {
     if (mac_finder_) {
       for (int c = pool_.FindKey(kMacIndex, MacKey(r->host_mac)); c >= 0;
            c = pool_.NextKey(kMacIndex, c)) {
-        if (SameMac(pool_.at(c).host_mac, r->host_mac)) ++same;
+        ++same;
       }
     } else {
       for (int c = pool_.Head(); c >= 0; c = pool_.NextInOrder(c)) {

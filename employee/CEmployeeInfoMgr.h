@@ -139,8 +139,16 @@ class CEmployeeInfoMgr {
   // Lookups; null when absent.
   EMPLOYEE_INFO* FindByMAC(const unsigned char* mac);
   EMPLOYEE_INFO* FindEmployeeByConfigIP(unsigned int cip);
-  // Of the records running on `ip`, the most recently active.
-  EMPLOYEE_INFO* FindLastEmployeeByRunIP(unsigned int ip);
+  // Of the records running on `ip`, the most recently active. Asked for
+  // every connection, so the usual case (one record) is answered inline in
+  // the caller.
+  EMPLOYEE_INFO* FindLastEmployeeByRunIP(unsigned int ip) {
+    if (!pool_.created()) return nullptr;
+    int slot = pool_.FindKey(kIpIndex, ip);
+    if (slot < 0) return nullptr;
+    if (pool_.MayRepeatKey(kIpIndex, ip)) return LatestOnIP(slot);
+    return &pool_.at(slot);
+  }
   int GetIndexByData(const EMPLOYEE_INFO* record) const;
   EMPLOYEE_INFO* GetDataByIndex(int slot);
   unsigned int GetUsedCount() const { return pool_.used_count(); }
@@ -284,6 +292,8 @@ class CEmployeeInfoMgr {
   EMPLOYEE_INFO* NewRecord(int outside, unsigned int ip,
                            const unsigned char* mac);
   EMPLOYEE_INFO* FindByRunIP(unsigned int ip);
+  // Of `slot` and the older slots on its IP, the most recently active.
+  EMPLOYEE_INFO* LatestOnIP(int slot);
   EMPLOYEE_INFO* FindInMacIndex(const unsigned char* mac);
   void HandleCollisionIP_ByInsertEmployee(EMPLOYEE_INFO* other);
   int CollisionMode() const;

@@ -117,11 +117,9 @@ EMPLOYEE_DYNAMIC_INFO* CMyEmployeeDynamicInfoMgr::FindEmployeeByRunIP(
 EMPLOYEE_DYNAMIC_INFO* CMyEmployeeDynamicInfoMgr::FindEmployeeByMac(
     const unsigned char* mac) {
   if (!mac_finder_ || mac == nullptr || !pool_.created()) return nullptr;
-  for (int s = pool_.FindKey(kMacIndex, MacKey(mac)); s >= 0;
-       s = pool_.NextKey(kMacIndex, s)) {
-    if (SameMac(pool_.at(s).mac, mac)) return &pool_.at(s);
-  }
-  return nullptr;
+  // The MAC index is keyed by the whole MAC: a key match is a match.
+  int s = pool_.FindKey(kMacIndex, MacKey(mac));
+  return s >= 0 ? &pool_.at(s) : nullptr;
 }
 
 uint64_t CMyEmployeeDynamicInfoMgr::GetEmployeeDidByRunIP(unsigned int ip) {
@@ -144,30 +142,28 @@ unsigned int CMyEmployeeDynamicInfoMgr::GetAuthPassByIP(unsigned int ip) {
 
 int CMyEmployeeDynamicInfoMgr::FindFirstEmployeeByDid(uint64_t did) const {
   if (!pool_.created()) return -1;
-  int s = pool_.FindKey(kDidIndex, static_cast<uint32_t>(did));
-  while (s >= 0 && pool_.at(s).did != did) s = pool_.NextKey(kDidIndex, s);
-  return s;
+  // The id index is keyed by the whole id: a key match is a match.
+  return pool_.FindKey(kDidIndex, did);
 }
 
 EMPLOYEE_DYNAMIC_INFO* CMyEmployeeDynamicInfoMgr::FindNextEmployeeByDid(
     uint64_t did, int& cursor) {
-  if (!pool_.InUse(cursor)) {
+  // A cursor of another walk ends this one.
+  if (!pool_.InUse(cursor) || pool_.at(cursor).did != did) {
     cursor = -1;
     return nullptr;
   }
   EMPLOYEE_DYNAMIC_INFO* e = &pool_.at(cursor);
-  int s = pool_.NextKey(kDidIndex, cursor);
-  while (s >= 0 && pool_.at(s).did != did) s = pool_.NextKey(kDidIndex, s);
-  cursor = s;
+  cursor = pool_.NextKey(kDidIndex, cursor);
   return e;
 }
 
 int CMyEmployeeDynamicInfoMgr::GetLiveCountByDid(uint64_t did) const {
   int count = 0;
   if (!pool_.created()) return 0;
-  for (int s = pool_.FindKey(kDidIndex, static_cast<uint32_t>(did)); s >= 0;
+  for (int s = pool_.FindKey(kDidIndex, did); s >= 0;
        s = pool_.NextKey(kDidIndex, s)) {
-    if (pool_.at(s).did == did) ++count;
+    ++count;
   }
   return count;
 }
@@ -195,9 +191,9 @@ EMPLOYEE_DYNAMIC_INFO* CMyEmployeeDynamicInfoMgr::GetLastEmployeeByDid(
 int CMyEmployeeDynamicInfoMgr::CheckDidAndIP(uint64_t did,
                                              unsigned int ip) const {
   if (!pool_.created()) return 0;
-  for (int s = pool_.FindKey(kDidIndex, static_cast<uint32_t>(did)); s >= 0;
+  for (int s = pool_.FindKey(kDidIndex, did); s >= 0;
        s = pool_.NextKey(kDidIndex, s)) {
-    if (pool_.at(s).did == did && pool_.at(s).ip == ip) return 1;
+    if (pool_.at(s).ip == ip) return 1;
   }
   return 0;
 }
@@ -225,7 +221,7 @@ EMPLOYEE_DYNAMIC_INFO* CMyEmployeeDynamicInfoMgr::GetNextBlockFromHead(
 
 EMPLOYEE_DYNAMIC_INFO* CMyEmployeeDynamicInfoMgr::NewEntry(
     unsigned int ip, uint64_t did, const unsigned char* mac) {
-  uint32_t keys[3] = {ip, static_cast<uint32_t>(did), MacKey(mac)};
+  uint64_t keys[3] = {ip, did, MacKey(mac)};
   int slot = pool_.Take(keys);
   if (slot < 0) return nullptr;
   EMPLOYEE_DYNAMIC_INFO& e = pool_.at(slot);
@@ -332,8 +328,8 @@ EMPLOYEE_DYNAMIC_INFO* CMyEmployeeDynamicInfoMgr::SetAuthLayer2(
   return e;
 }
 
-unsigned int CMyEmployeeDynamicInfoMgr::TestAuthPassByIP(unsigned int ip,
-                                                         const void* mac) {
+unsigned int CMyEmployeeDynamicInfoMgr::TestAuthPassWithMac(unsigned int ip,
+                                                            const void* mac) {
   if (!pool_.created()) return 0;
   const unsigned char* m = static_cast<const unsigned char*>(mac);
   if (mac_finder_ && !IsZeroMac(m)) {
@@ -394,7 +390,7 @@ void CMyEmployeeDynamicInfoMgr::ChangeInfo_DID(EMPLOYEE_DYNAMIC_INFO* entry,
   int slot = GetIndexByData(entry);
   if (slot < 0) return;
   entry->did = did;
-  pool_.Rekey(kDidIndex, slot, static_cast<uint32_t>(did));
+  pool_.Rekey(kDidIndex, slot, did);
   if (touch) cur_modified_tick_ = GetTickCount();
 }
 

@@ -129,8 +129,14 @@ class CMyEmployeeDynamicInfoMgr {
                                  int* result = nullptr);
   // Checks a packet's host: the auth_time of its entry, or 0 when it is not
   // signed in. May move the entry to `ip`, teach it `mac`, or remove it when
-  // `mac` contradicts the entry's MAC.
-  unsigned int TestAuthPassByIP(unsigned int ip, const void* mac);
+  // `mac` contradicts the entry's MAC. A null `mac` asks only for the
+  // auth_time; that question, asked for every packet, is answered inline
+  // in the caller.
+  unsigned int TestAuthPassByIP(unsigned int ip, const void* mac) {
+    if (mac != nullptr || !pool_.created()) return TestAuthPassWithMac(ip, mac);
+    int s = pool_.FindKey(kIpIndex, ip);
+    return s >= 0 ? pool_.at(s).auth_time : 0;
+  }
 
   // Removal. DelAuthByDid: every entry of `did`, 1 when any existed.
   // DelAuthByIP: the entry at `ip`, 0 when none.
@@ -165,6 +171,7 @@ class CMyEmployeeDynamicInfoMgr {
   void SetLastSaveTickCount(uint32_t tick) { last_saved_tick_ = tick; }
 
  private:
+  unsigned int TestAuthPassWithMac(unsigned int ip, const void* mac);
   enum { kIpIndex = 0, kDidIndex = 1, kMacIndex = 2 };
 
   EMPLOYEE_DYNAMIC_INFO* NewEntry(unsigned int ip, uint64_t did,

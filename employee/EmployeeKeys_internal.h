@@ -25,15 +25,15 @@ inline bool IsBroadcastMac(const void* mac) {
   return mac != nullptr && memcmp(mac, kAll, 6) == 0;
 }
 
-// The MAC index spreads hosts by the last two bytes (the key's low 16
-// bits), the ones that differ most between the network cards of one
-// vendor; the key holds the last four bytes so that most other MACs of a
-// bucket are told apart without reading their records.
-inline uint32_t MacKey(const unsigned char* mac) {
+// A MAC as its index key: the six bytes as one number, first byte most
+// significant, so the index spreads hosts by the last two bytes (the
+// key's low 16 bits), the ones that differ most between the network cards
+// of one vendor.
+inline uint64_t MacKey(const unsigned char* mac) {
   if (mac == nullptr) return 0;
-  return (static_cast<uint32_t>(mac[2]) << 24) |
-         (static_cast<uint32_t>(mac[3]) << 16) |
-         (static_cast<uint32_t>(mac[4]) << 8) | mac[5];
+  uint64_t key = 0;
+  for (int i = 0; i < 6; ++i) key = (key << 8) | mac[i];
+  return key;
 }
 
 inline bool SameMac(const unsigned char* a, const unsigned char* b) {
