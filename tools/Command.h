@@ -1,11 +1,17 @@
 // Sub-commands of the `quarn` tool. Each lives in its own cmd_<name>.cc and
 // registers itself with QUARN_COMMAND, so adding one touches no other file.
+//
+// Every command parses its arguments with a CommandLine (the options all
+// commands share, plus its own) through ParseCommandLine, which also
+// answers --help from the texts registered here.
 
 #ifndef QUARN_TOOLS_COMMAND_H_
 #define QUARN_TOOLS_COMMAND_H_
 
 #include <string>
 #include <vector>
+
+#include "tools/common/CommandLine.h"
 
 namespace quarn_tool {
 
@@ -15,8 +21,14 @@ typedef int (*CommandFn)(const std::vector<std::string>& args);
 
 struct Command {
   const char* name;
-  const char* usage;    // arguments, e.g. "<url> [...]"
-  const char* summary;  // one line for the help text
+  const char* usage;    // its own options and arguments, e.g. "<url> [...]"
+  const char* summary;  // one line for the list of commands
+  // The help of the command's own options and arguments: lines indented
+  // by two spaces, each ending in '\n'. The common options follow them.
+  const char* options;
+  // Paragraphs after the options: the input, and what one JSON object of
+  // the output holds. Lines end in '\n'.
+  const char* details;
   CommandFn run;
 };
 
@@ -29,17 +41,25 @@ struct CommandRegistrar {
   }
 };
 
-// When `args` asks for help ("--help" or "-h"), prints the usage and
-// summary of the command `name` on standard output and returns true.
-bool HelpRequested(const std::vector<std::string>& args, const char* name);
+// Parses the arguments of command `name` into *line. Returns -1 when the
+// command should go on. Otherwise returns the exit code: 0 after printing
+// the command's help on standard output (--help), 2 after naming the
+// fault and the usage on standard error.
+int ParseCommandLine(const char* name, const std::vector<std::string>& args,
+                     CommandLine* line);
+
+// Reports a command line that parsed but does not make sense to the
+// command (a bad address, a missing argument): `why` and the usage on
+// standard error. Returns 2, the exit code for it.
+int UsageError(const char* name, const std::string& why);
 
 // Converts GBK text from the library to UTF-8 for the terminal.
 std::string ToTerminal(const std::string& gbk);
 
 }  // namespace quarn_tool
 
-#define QUARN_COMMAND(id, usage, summary, fn)               \
-  static ::quarn_tool::CommandRegistrar quarn_command_##id( \
-      ::quarn_tool::Command{#id, usage, summary, fn})
+#define QUARN_COMMAND(id, usage, summary, options, details, fn) \
+  static ::quarn_tool::CommandRegistrar quarn_command_##id(     \
+      ::quarn_tool::Command{#id, usage, summary, options, details, fn})
 
 #endif  // QUARN_TOOLS_COMMAND_H_

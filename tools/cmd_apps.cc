@@ -1,52 +1,104 @@
-// quarn apps: the protocol tree as the library loads it.
+// quarn apps: the protocol tree as a host process sees it: the tree of the
+// module directory ("pat/proto_tree.xml") with the administrator's
+// applications of the configuration directory ("user_def_app.xml") entered
+// under their group, so every name classify can print is listed here.
 
 #include <stdio.h>
 
+#include <string>
+#include <vector>
+
 #include "appid/CAppSubtypeReader.h"
-#include "frame/quarn_common_frame.h"
 #include "tools/Command.h"
+#include "tools/common/CommandLine.h"
+#include "tools/common/GatewayConfig.h"
+#include "tools/common/Output.h"
 
 namespace {
 
 typedef CAppSubtypeReader::tagPROTO_TREE_ITEM Item;
 
-void PrintItem(const Item* item, int level) {
-  printf("%*s%u  %s  %s\n", level * 2, "", item->appid, item->name,
-         quarn_tool::ToTerminal(item->disp).c_str());
-  for (const Item* child : item->children) PrintItem(child, level + 1);
+const char kOptions[] = "";
+
+const char kDetails[] =
+    "One JSON object per item of the tree, parents before their children:\n"
+    "id, name (the display name), short_name (the tree's own name), level\n"
+    "(0 for the two roots), parent (id, or null), visible, and source\n"
+    "(\"user-defined\" for the administrator's applications, else \"tree\").\n"
+    "The table indents the short names by level.\n";
+
+void WriteItem(const Item& item, int level, quarn_tool::ResultWriter* out) {
+  const bool user_defined = CAppSubtypeReader::IsUserDefSubApp(item.appid) != 0;
+  quarn_tool::Utf8Cache* cache = out->cache();
+  if (out->table()) {
+    out->Row({std::to_string(item.appid),
+              std::string(2 * level, ' ') + cache->Get(item.name),
+              cache->Get(item.disp), user_defined ? "user-defined" : ""});
+  } else {
+    quarn_tool::JsonWriter* json = out->BeginItem();
+    json->BeginObject();
+    json->Key("id");
+    json->Uint(item.appid);
+    json->Key("name");
+    json->Gbk(item.disp);
+    json->Key("short_name");
+    json->Gbk(item.name);
+    json->Key("level");
+    json->Int(level);
+    json->Key("parent");
+    if (item.parent != nullptr) {
+      json->Uint(item.parent->appid);
+    } else {
+      json->Null();
+    }
+    json->Key("visible");
+    json->Bool(item.visible != 0);
+    json->Key("source");
+    json->Utf8(user_defined ? "user-defined" : "tree");
+    json->EndObject();
+    out->EndItem();
+  }
+  for (const Item* child : item.children) WriteItem(*child, level + 1, out);
 }
 
 int RunApps(const std::vector<std::string>& args) {
-  if (quarn_tool::HelpRequested(args, "apps")) return 0;
-  if (!args.empty()) {
-    fprintf(stderr, "usage: quarn apps\n");
-    return 2;
+  quarn_tool::CommandLine line(quarn_tool::Format::kTable);
+  const int rc = quarn_tool::ParseCommandLine("apps", args, &line);
+  if (rc >= 0) return rc;
+  if (!line.positional().empty()) {
+    return quarn_tool::UsageError(
+        "apps", "unexpected argument: " + line.positional()[0]);
   }
-  quarn_common_init(0, 0);
-  const Item* root =
-      CAppSubtypeReader::FindItemByAppid(CAppSubtypeReader::APP_EXTERN);
-  const Item* internal =
-      CAppSubtypeReader::FindItemByAppid(CAppSubtypeReader::APP_INTERN);
-  int rc = 0;
-  if (root == nullptr && internal == nullptr) {
+  quarn_tool::LibrarySession session;
+  quarn_tool::GatewayConfig config;
+  if (!quarn_tool::LoadAndReport(line.config_dir(), quarn_tool::kConfigApps,
+                                 &config)) {
+    return 1;
+  }
+  const Item* roots[] = {
+      CAppSubtypeReader::FindItemByAppid(CAppSubtypeReader::APP_EXTERN),
+      CAppSubtypeReader::FindItemByAppid(CAppSubtypeReader::APP_INTERN)};
+  if (roots[0] == nullptr && roots[1] == nullptr) {
     fprintf(stderr, "quarn: no protocol tree found (pat/proto_tree.xml)\n");
-    rc = 1;
-  } else {
-    const __ST_DB_VERSION_TMP__& version = CAppSubtypeReader::GetVersion();
-    if (!version.current.empty()) {
-      printf("# protocol tree %s (%s)\n", version.current.c_str(),
-             version.time.c_str());
-    }
-    if (root != nullptr) PrintItem(root, 0);
-    if (internal != nullptr) PrintItem(internal, 0);
+    return 1;
   }
-  quarn_common_fini();
-  return rc;
+  quarn_tool::ResultWriter out(stdout, line.table(),
+                               {"id", "short name", "name", "source"});
+  const __ST_DB_VERSION_TMP__& version = CAppSubtypeReader::GetVersion();
+  if (!version.current.empty()) {
+    out.Caption("protocol tree " + version.current + " (" + version.time +
+                ")\n");
+  }
+  for (const Item* root : roots) {
+    if (root != nullptr) WriteItem(*root, 0, &out);
+  }
+  out.Finish();
+  return 0;
 }
 
 }  // namespace
 
 QUARN_COMMAND(apps, "",
-              "each application id of the protocol tree with its name and "
-              "display name, indented by level",
-              RunApps);
+              "each application of the protocol tree, the administrator's "
+              "included, with its id, name and display name, by level",
+              kOptions, kDetails, RunApps);

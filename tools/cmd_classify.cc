@@ -22,6 +22,7 @@
 
 #include "tools/Command.h"
 #include "tools/common/ClassificationOutput.h"
+#include "tools/common/CommandLine.h"
 #include "tools/common/ConnectionClassifier.h"
 #include "tools/common/ConnectionRecord.h"
 #include "tools/common/GatewayConfig.h"
@@ -29,24 +30,19 @@
 
 namespace {
 
-const char kUsage[] =
-    "usage: quarn classify [--config DIR] [--explain] [--format json|table] "
-    "[FILE]\n";
-
-const char kHelp[] =
-    "Classifies connections the way the gateway does and prints every\n"
-    "decision, one JSON object per connection.\n"
-    "\n"
-    "  --config DIR   gateway configuration directory (default: gateway/ in\n"
-    "                 the module directory)\n"
+const char kOptions[] =
     "  --explain      add the evidence of each decision\n"
-    "  --format F     json (default) or table\n"
     "  FILE           CSV with a header line, or JSON Lines; standard input\n"
-    "                 when absent or \"-\"\n"
-    "\n"
+    "                 when absent or \"-\"\n";
+
+const char kDetails[] =
     "Fields: time (\"YYYY-MM-DD HH:MM[:SS]\", local time), first_ip,\n"
     "first_port, second_ip, second_port, transport (tcp|udp), and the\n"
-    "optional url and mac (of the inside host).\n";
+    "optional url and mac (of the inside host).\n"
+    "\n"
+    "One JSON object per connection holds every decision: client, data_dir,\n"
+    "inside (with class_id and class), outside (with area1 and area2), app,\n"
+    "url, ip_objects, time_objects, employee and account.\n";
 
 struct Options {
   std::string config_dir;
@@ -54,41 +50,6 @@ struct Options {
   bool table = false;
   std::string input;  // empty: standard input
 };
-
-// 0 to go on, else the exit code.
-int ParseArgs(const std::vector<std::string>& args, Options* options) {
-  for (size_t i = 0; i < args.size(); ++i) {
-    const std::string& arg = args[i];
-    if (arg == "--help" || arg == "-h") {
-      fputs(kUsage, stdout);
-      fputs(kHelp, stdout);
-      return -1;
-    } else if (arg == "--config" && i + 1 < args.size()) {
-      options->config_dir = args[++i];
-    } else if (arg == "--explain") {
-      options->explain = true;
-    } else if (arg == "--format" && i + 1 < args.size()) {
-      const std::string& format = args[++i];
-      if (format != "json" && format != "table") {
-        fprintf(stderr, "quarn: unknown format: %s\n", format.c_str());
-        return 2;
-      }
-      options->table = format == "table";
-    } else if (arg.size() > 1 && arg[0] == '-' && arg != "-") {
-      fprintf(stderr, "quarn: unknown option: %s\n", arg.c_str());
-      return 2;
-    } else if (options->input.empty()) {
-      options->input = arg == "-" ? std::string() : arg;
-    } else {
-      fprintf(stderr, "quarn: more than one input file\n");
-      return 2;
-    }
-  }
-  if (options->config_dir.empty()) {
-    options->config_dir = quarn_tool::DefaultConfigDir();
-  }
-  return 0;
-}
 
 double Now() {
   struct timespec ts;
@@ -124,10 +85,28 @@ class Progress {
   off_t size_ = 0;
 };
 
+// -1 to go on, else the exit code.
+int ParseArgs(const std::vector<std::string>& args, Options* options) {
+  quarn_tool::CommandLine line(quarn_tool::Format::kJson,
+                               {{"--explain", false}});
+  const int rc = quarn_tool::ParseCommandLine("classify", args, &line);
+  if (rc >= 0) return rc;
+  if (line.positional().size() > 1) {
+    return quarn_tool::UsageError("classify", "more than one input file");
+  }
+  options->config_dir = line.config_dir();
+  options->explain = line.Given("--explain");
+  options->table = line.table();
+  if (!line.positional().empty() && line.positional()[0] != "-") {
+    options->input = line.positional()[0];
+  }
+  return -1;
+}
+
 int RunClassify(const std::vector<std::string>& args) {
   Options options;
-  int rc = ParseArgs(args, &options);
-  if (rc != 0) return rc < 0 ? 0 : rc;
+  const int rc = ParseArgs(args, &options);
+  if (rc >= 0) return rc;
 
   FILE* in = stdin;
   if (!options.input.empty()) {
@@ -140,11 +119,8 @@ int RunClassify(const std::vector<std::string>& args) {
   }
   quarn_tool::LibrarySession session;
   quarn_tool::GatewayConfig config;
-  const bool loaded = config.Load(options.config_dir);
-  for (const std::string& problem : config.problems()) {
-    fprintf(stderr, "quarn: %s\n", problem.c_str());
-  }
-  if (!loaded) {
+  if (!quarn_tool::LoadAndReport(options.config_dir, quarn_tool::kConfigAll,
+                                 &config)) {
     if (in != stdin) fclose(in);
     return 2;
   }
@@ -219,10 +195,8 @@ int RunClassify(const std::vector<std::string>& args) {
 
 }  // namespace
 
-QUARN_COMMAND(classify,
-              "[--config DIR] [--explain] [--format json|table] "
-              "[FILE]",
+QUARN_COMMAND(classify, "[--explain] [FILE]",
               "every decision the gateway makes for each connection of a CSV "
               "or JSON Lines input: direction, department, internet areas, "
               "application, URL categories, objects, employee and account",
-              RunClassify);
+              kOptions, kDetails, RunClassify);

@@ -1,11 +1,8 @@
 // quarn ip: what the library makes of IPv4 addresses: the company class or
-// department from the company address plan ("organization.xml" in a
-// configuration directory, by default "gateway" in the module directory),
-// the private and inside/outside predicates, and the level-1 and level-2
-// internet areas from the range tables of the module directory.
-
-#include <inttypes.h>
-#include <stdio.h>
+// department from the company address plan ("organization.xml" in the
+// configuration directory), the private and inside/outside predicates, and
+// the level-1 and level-2 internet areas from the range tables of the
+// module directory.
 
 #include <string>
 #include <vector>
@@ -14,93 +11,148 @@
 #include "address/CLocalIPTypeTable.h"
 #include "address/InternetRange.h"
 #include "base/OrvaAddr.h"
-#include "frame/quarn_common_frame.h"
 #include "tools/Command.h"
+#include "tools/common/ClassificationOutput.h"
+#include "tools/common/CommandLine.h"
+#include "tools/common/ConnectionClassifier.h"
 #include "tools/common/GatewayConfig.h"
+#include "tools/common/Output.h"
 
 namespace {
 
-const char kUsage[] = "usage: quarn ip [--config DIR] <address> [...]\n";
+using quarn_tool::NamedId;
 
-bool ParseArgs(const std::vector<std::string>& args, std::string* config_dir,
-               std::vector<uint32_t>* addresses) {
-  for (size_t i = 0; i < args.size(); ++i) {
-    if (args[i] == "--config" && i + 1 < args.size()) {
-      *config_dir = args[++i];
-      continue;
-    }
-    uint32_t ip = 0;
-    if (!Orva::string_to_hip(args[i].c_str(), &ip)) {
-      fprintf(stderr, "quarn: not an IPv4 address: %s\n", args[i].c_str());
-      return false;
-    }
-    addresses->push_back(ip);
-  }
-  if (config_dir->empty()) *config_dir = quarn_tool::DefaultConfigDir();
-  return !addresses->empty();
-}
+const char kOptions[] =
+    "  ADDRESS        an IPv4 address; several may follow\n";
 
-const char* YesNo(int value) { return value ? "yes" : "no"; }
+const char kDetails[] =
+    "One JSON object per address: ip, class_id and class (company class or\n"
+    "department), company (\"intranet\", \"dmz\" or null), the predicates\n"
+    "private, inside, outside and server, and the internet areas area1 and\n"
+    "area2 ({\"id\",\"name\"}).\n";
 
-// "intranet (21)", "DMZ (31)" or "no".
-std::string CompanyClass(uint32_t ip) {
+struct AddressFacts {
+  uint32_t ip = 0;
+  uint32_t class_id = 0;
+  std::string class_name;
+  const char* company = nullptr;  // "intranet", "dmz" or null
+  bool is_private = false;
+  bool inside = false;
+  bool outside = false;
+  bool server = false;
+  NamedId area1;
+  NamedId area2;
+};
+
+AddressFacts Look(const CLocalIPTypeTable& plan, uint32_t ip) {
+  AddressFacts f;
+  f.ip = ip;
+  f.class_id = static_cast<uint32_t>(plan.GetDepartmentIdByIP(ip));
+  f.class_name = quarn_tool::ClassName(plan, f.class_id);
   int type = 0;
-  if (!GetIP_IsIPInCompany(ip, &type)) return "no";
-  return std::string(type == 31 ? "DMZ" : "intranet") + " (" +
-         std::to_string(type) + ")";
-}
-
-void PrintArea(const char* label, const INTERNET_IP_DESC* area) {
-  printf("  %-11s 0x%016" PRIX64 " %s\n", label, area->area_id,
-         quarn_tool::ToTerminal(area->desc).c_str());
-}
-
-// The name of a department or class id: the plan names departments and
-// the abnormal classes; the DMZ class has a name of its own.
-std::string DepartmentName(const CLocalIPTypeTable& plan, int id) {
-  if (id == static_cast<int>(COrgStructInfo::ORG_DMZ)) {
-    return plan.dmz().GetName();
+  if (GetIP_IsIPInCompany(ip, &type)) {
+    f.company = type == 31 ? "dmz" : "intranet";
   }
-  return plan.GetDepartmentName(id);
+  f.is_private = GetIP_IsPrivateAddr(ip);
+  f.inside = GetIP_IsInnerAddr(ip);
+  f.outside = GetIP_IsOutterAddr(ip);
+  f.server = plan.IsServerIP(ip);
+  const INTERNET_IP_DESC* level1 = GetIP_INTERNET_Range_Type_Level1(ip);
+  const INTERNET_IP_DESC* level2 = GetIP_INTERNET_Range_Type_Level2(ip);
+  f.area1.id = level1->area_id;
+  f.area1.name = level1->desc;
+  f.area2.id = level2->area_id;
+  f.area2.name = level2->desc;
+  return f;
 }
 
-void PrintAddress(const CLocalIPTypeTable& plan, uint32_t ip) {
-  const int dep = plan.GetDepartmentIdByIP(ip);
-  printf("%s\n", Orva::hip_to_string(ip).c_str());
-  printf("  %-11s %d %s\n", "department", dep,
-         quarn_tool::ToTerminal(DepartmentName(plan, dep)).c_str());
-  printf("  %-11s %s\n", "company", CompanyClass(ip).c_str());
-  printf("  %-11s private %s, inside %s, outside %s, server %s\n", "predicates",
-         YesNo(GetIP_IsPrivateAddr(ip)), YesNo(GetIP_IsInnerAddr(ip)),
-         YesNo(GetIP_IsOutterAddr(ip)), YesNo(plan.IsServerIP(ip)));
-  PrintArea("level 1", GetIP_INTERNET_Range_Type_Level1(ip));
-  PrintArea("level 2", GetIP_INTERNET_Range_Type_Level2(ip));
+void WriteJson(const AddressFacts& f, quarn_tool::JsonWriter* json) {
+  json->BeginObject();
+  json->Key("ip");
+  json->Utf8(quarn_tool::IpText(f.ip));
+  json->Key("class_id");
+  json->Uint(f.class_id);
+  json->Key("class");
+  json->Gbk(f.class_name);
+  json->Key("company");
+  if (f.company != nullptr) {
+    json->Utf8(f.company);
+  } else {
+    json->Null();
+  }
+  const std::pair<const char*, bool> predicates[] = {{"private", f.is_private},
+                                                     {"inside", f.inside},
+                                                     {"outside", f.outside},
+                                                     {"server", f.server}};
+  for (const auto& predicate : predicates) {
+    json->Key(predicate.first);
+    json->Bool(predicate.second);
+  }
+  json->Key("area1");
+  quarn_tool::WriteArea(f.area1, json);
+  json->Key("area2");
+  quarn_tool::WriteArea(f.area2, json);
+  json->EndObject();
+}
+
+const char* YesNo(bool value) { return value ? "yes" : "no"; }
+
+std::vector<std::string> Cells(const AddressFacts& f,
+                               quarn_tool::Utf8Cache* cache) {
+  return {quarn_tool::IpText(f.ip),
+          std::to_string(f.class_id) + " " + cache->Get(f.class_name),
+          f.company != nullptr ? f.company : "-",
+          YesNo(f.is_private),
+          YesNo(f.inside),
+          YesNo(f.outside),
+          YesNo(f.server),
+          cache->Get(f.area1.name),
+          cache->Get(f.area2.name)};
 }
 
 int RunIp(const std::vector<std::string>& args) {
-  if (quarn_tool::HelpRequested(args, "ip")) return 0;
-  std::string config_dir;
-  std::vector<uint32_t> addresses;
-  if (!ParseArgs(args, &config_dir, &addresses)) {
-    fputs(kUsage, stderr);
-    return 2;
+  quarn_tool::CommandLine line(quarn_tool::Format::kTable);
+  const int rc = quarn_tool::ParseCommandLine("ip", args, &line);
+  if (rc >= 0) return rc;
+  if (line.positional().empty()) {
+    return quarn_tool::UsageError("ip", "no address given");
   }
+  std::vector<uint32_t> addresses;
+  for (const std::string& arg : line.positional()) {
+    uint32_t ip = 0;
+    if (!Orva::string_to_hip(arg.c_str(), &ip)) {
+      return quarn_tool::UsageError("ip", "not an IPv4 address: " + arg);
+    }
+    addresses.push_back(ip);
+  }
+
+  quarn_tool::LibrarySession session;
   quarn_tool::GatewayConfig config;
-  if (!config.Load(config_dir, quarn_tool::kConfigPlan)) {
-    fprintf(stderr, "quarn: %s\n", config.problems()[0].c_str());
+  if (!quarn_tool::LoadAndReport(line.config_dir(), quarn_tool::kConfigPlan,
+                                 &config)) {
     return 1;
   }
-  const CLocalIPTypeTable* plan = config.plan();
-  quarn_common_init(0, 0);
-  for (uint32_t ip : addresses) PrintAddress(*plan, ip);
-  quarn_common_fini();
+  quarn_tool::ResultWriter out(
+      stdout, line.table(),
+      {"address", "class", "company", "private", "inside", "outside", "server",
+       "area 1", "area 2"});
+  for (uint32_t ip : addresses) {
+    const AddressFacts facts = Look(*config.plan(), ip);
+    if (out.table()) {
+      out.Row(Cells(facts, out.cache()));
+    } else {
+      WriteJson(facts, out.BeginItem());
+      out.EndItem();
+    }
+  }
+  out.Finish();
   return 0;
 }
 
 }  // namespace
 
-QUARN_COMMAND(ip, "[--config DIR] <address> [...]",
+QUARN_COMMAND(ip, "ADDRESS [...]",
               "the company class or department of each address, its private "
               "and inside/outside predicates, and its level-1 and level-2 "
               "internet areas",
-              RunIp);
+              kOptions, kDetails, RunIp);

@@ -4,87 +4,10 @@ namespace quarn_tool {
 
 namespace {
 
-// Dotted form of a host-order address, written by hand: formatting
-// addresses through printf was a visible share of the time per connection.
-std::string IpText(uint32_t ip) {
-  char buffer[16];
-  char* p = buffer;
-  for (int shift = 24; shift >= 0; shift -= 8) {
-    unsigned octet = (ip >> shift) & 0xFF;
-    if (octet >= 100) *p++ = static_cast<char>('0' + octet / 100);
-    if (octet >= 10) *p++ = static_cast<char>('0' + octet / 10 % 10);
-    *p++ = static_cast<char>('0' + octet % 10);
-    if (shift > 0) *p++ = '.';
-  }
-  return std::string(buffer, p - buffer);
-}
-
-std::string Endpoint(uint32_t ip, uint16_t port) {
-  return IpText(ip) + ":" + std::to_string(port);
-}
-
 void Evidence(bool explain, const std::string& text, JsonWriter* json) {
   if (!explain) return;
   json->Key("evidence");
   json->Gbk(text);
-}
-
-void NamedList(const std::vector<NamedId>& list, const char* id_key,
-               bool explain, JsonWriter* json) {
-  json->BeginArray();
-  for (const NamedId& item : list) {
-    json->BeginObject();
-    json->Key(id_key);
-    json->Uint(item.id);
-    json->Key("name");
-    json->Gbk(item.name);
-    if (explain && !item.evidence.empty()) Evidence(true, item.evidence, json);
-    json->EndObject();
-  }
-  json->EndArray();
-}
-
-void Area(const NamedId& area, JsonWriter* json) {
-  json->BeginObject();
-  json->Key("id");
-  json->Hex(area.id);
-  json->Key("name");
-  json->Gbk(area.name);
-  json->EndObject();
-}
-
-void WriteUrl(const Classification& c, bool explain, JsonWriter* json) {
-  json->Key("url");
-  if (!c.has_url) {
-    json->Null();
-    return;
-  }
-  json->BeginObject();
-  json->Key("url");
-  json->Gbk(c.url);
-  json->Key("system");
-  NamedList(c.sys_categories, "bit", false, json);
-  json->Key("user");
-  NamedList(c.user_categories, "bit", false, json);
-  json->Key("type_name");
-  json->Gbk(c.url_type_name);
-  json->Key("white");
-  json->Bool(c.white);
-  Evidence(explain, c.url_evidence, json);
-  json->EndObject();
-}
-
-void WriteObjects(const char* key, uint64_t mask,
-                  const std::vector<NamedId>& list, bool explain,
-                  const std::string& evidence, JsonWriter* json) {
-  json->Key(key);
-  json->BeginObject();
-  json->Key("mask");
-  json->Hex(mask);
-  json->Key("objects");
-  NamedList(list, "id", explain, json);
-  if (!evidence.empty()) Evidence(explain, evidence, json);
-  json->EndObject();
 }
 
 void WriteWho(const Classification& c, bool explain, JsonWriter* json) {
@@ -118,7 +41,90 @@ void WriteWho(const Classification& c, bool explain, JsonWriter* json) {
   }
 }
 
-std::string Names(const std::vector<NamedId>& list, Utf8Cache* cache) {
+void WriteUrl(const Classification& c, bool explain, JsonWriter* json) {
+  json->Key("url");
+  if (!c.has_url) {
+    json->Null();
+    return;
+  }
+  json->BeginObject();
+  WriteUrlFields(c, explain, json);
+  json->EndObject();
+}
+
+}  // namespace
+
+// Dotted form of a host-order address, written by hand: formatting
+// addresses through printf was a visible share of the time per connection.
+std::string IpText(uint32_t ip) {
+  char buffer[16];
+  char* p = buffer;
+  for (int shift = 24; shift >= 0; shift -= 8) {
+    unsigned octet = (ip >> shift) & 0xFF;
+    if (octet >= 100) *p++ = static_cast<char>('0' + octet / 100);
+    if (octet >= 10) *p++ = static_cast<char>('0' + octet / 10 % 10);
+    *p++ = static_cast<char>('0' + octet % 10);
+    if (shift > 0) *p++ = '.';
+  }
+  return std::string(buffer, p - buffer);
+}
+
+std::string Endpoint(uint32_t ip, uint16_t port) {
+  return IpText(ip) + ":" + std::to_string(port);
+}
+
+void WriteNamedList(const std::vector<NamedId>& list, const char* id_key,
+                    bool explain, JsonWriter* json) {
+  json->BeginArray();
+  for (const NamedId& item : list) {
+    json->BeginObject();
+    json->Key(id_key);
+    json->Uint(item.id);
+    json->Key("name");
+    json->Gbk(item.name);
+    if (explain && !item.evidence.empty()) Evidence(true, item.evidence, json);
+    json->EndObject();
+  }
+  json->EndArray();
+}
+
+void WriteArea(const NamedId& area, JsonWriter* json) {
+  json->BeginObject();
+  json->Key("id");
+  json->Hex(area.id);
+  json->Key("name");
+  json->Gbk(area.name);
+  json->EndObject();
+}
+
+void WriteUrlFields(const Classification& c, bool explain, JsonWriter* json) {
+  json->Key("url");
+  json->Gbk(c.url);
+  json->Key("system");
+  WriteNamedList(c.sys_categories, "bit", false, json);
+  json->Key("user");
+  WriteNamedList(c.user_categories, "bit", false, json);
+  json->Key("type_name");
+  json->Gbk(c.url_type_name);
+  json->Key("white");
+  json->Bool(c.white);
+  Evidence(explain, c.url_evidence, json);
+}
+
+void WriteObjectSet(const char* key, uint64_t mask,
+                    const std::vector<NamedId>& list, bool explain,
+                    const std::string& evidence, JsonWriter* json) {
+  json->Key(key);
+  json->BeginObject();
+  json->Key("mask");
+  json->Hex(mask);
+  json->Key("objects");
+  WriteNamedList(list, "id", explain, json);
+  if (!evidence.empty()) Evidence(explain, evidence, json);
+  json->EndObject();
+}
+
+std::string JoinNames(const std::vector<NamedId>& list, Utf8Cache* cache) {
   std::string text;
   for (const NamedId& item : list) {
     if (!text.empty()) text += ",";
@@ -126,8 +132,6 @@ std::string Names(const std::vector<NamedId>& list, Utf8Cache* cache) {
   }
   return text.empty() ? "-" : text;
 }
-
-}  // namespace
 
 void WriteClassificationJson(const ConnectionRecord& record,
                              const Classification& c, bool explain,
@@ -178,9 +182,9 @@ void WriteClassificationJson(const ConnectionRecord& record,
   json->Key("port");
   json->Uint(c.outside_port);
   json->Key("area1");
-  Area(c.area1, json);
+  WriteArea(c.area1, json);
   json->Key("area2");
-  Area(c.area2, json);
+  WriteArea(c.area2, json);
   json->EndObject();
 
   json->Key("app");
@@ -195,10 +199,10 @@ void WriteClassificationJson(const ConnectionRecord& record,
   json->EndObject();
 
   WriteUrl(c, explain, json);
-  WriteObjects("ip_objects", c.ip_object_mask, c.ip_objects, explain,
-               std::string(), json);
-  WriteObjects("time_objects", c.time_object_mask, c.time_objects, false,
-               explain ? c.time_evidence : std::string(), json);
+  WriteObjectSet("ip_objects", c.ip_object_mask, c.ip_objects, explain,
+                 std::string(), json);
+  WriteObjectSet("time_objects", c.time_object_mask, c.time_objects, false,
+                 explain ? c.time_evidence : std::string(), json);
   WriteWho(c, explain, json);
   json->EndObject();
 }
@@ -226,14 +230,14 @@ void ClassificationCells(const ConnectionRecord& record,
   if (c.has_url) {
     std::vector<NamedId> all = c.sys_categories;
     all.insert(all.end(), c.user_categories.begin(), c.user_categories.end());
-    cells->push_back(Names(all, cache));
+    cells->push_back(JoinNames(all, cache));
     cells->push_back(c.white ? "yes" : "no");
   } else {
     cells->push_back("-");
     cells->push_back("-");
   }
-  cells->push_back(Names(c.ip_objects, cache));
-  cells->push_back(Names(c.time_objects, cache));
+  cells->push_back(JoinNames(c.ip_objects, cache));
+  cells->push_back(JoinNames(c.time_objects, cache));
   cells->push_back(c.has_employee ? cache->Get(c.employee) : "-");
   cells->push_back(c.signed_in ? cache->Get(c.account) : "-");
 }

@@ -1,4 +1,7 @@
-// Writes a classification as one JSON object or one table row.
+// Writes a classification as one JSON object or one table row. The pieces
+// it is made of are public too: the inspection commands write the same
+// facts with them, so that a fact has one form (and one key name) in
+// every command's output.
 
 #ifndef QUARN_TOOLS_COMMON_CLASSIFICATIONOUTPUT_H_
 #define QUARN_TOOLS_COMMON_CLASSIFICATIONOUTPUT_H_
@@ -22,6 +25,30 @@ std::vector<TableWriter::Column> ClassificationColumns();
 void ClassificationCells(const ConnectionRecord& record,
                          const Classification& c, Utf8Cache* cache,
                          std::vector<std::string>* cells);
+
+// Dotted form of a host-order address, and "address:port".
+std::string IpText(uint32_t ip);
+std::string Endpoint(uint32_t ip, uint16_t port);
+
+// An internet area: {"id":"0x...","name":...}.
+void WriteArea(const NamedId& area, JsonWriter* json);
+
+// [{"<id_key>":id,"name":...}...], each with its evidence when explaining.
+void WriteNamedList(const std::vector<NamedId>& list, const char* id_key,
+                    bool explain, JsonWriter* json);
+
+// The keys of a URL's facts, inside an object the caller opened: "url",
+// "system", "user", "type_name", "white" (and "evidence").
+void WriteUrlFields(const Classification& c, bool explain, JsonWriter* json);
+
+// "<key>":{"mask":"0x...","objects":[...]} (and "evidence" when explaining
+// and not empty).
+void WriteObjectSet(const char* key, uint64_t mask,
+                    const std::vector<NamedId>& list, bool explain,
+                    const std::string& evidence, JsonWriter* json);
+
+// The names of `list`, comma separated, in UTF-8; "-" when empty.
+std::string JoinNames(const std::vector<NamedId>& list, Utf8Cache* cache);
 
 }  // namespace quarn_tool
 

@@ -135,6 +135,59 @@ const char* DataDirName(DIR_IO dir) {
   }
 }
 
+std::string ClassName(const CLocalIPTypeTable& plan, uint32_t id) {
+  if (id == COrgStructInfo::ORG_DMZ) return plan.dmz().GetName();
+  return plan.GetDepartmentName(id);
+}
+
+URL_GROUP_TYPE LookUpUrl(GatewayConfig* config, const std::string& url,
+                         Classification* out) {
+  out->has_url = true;
+  out->url = StripScheme(url);
+  URL_GROUP_TYPE set;
+  CURL_Type_Finder_Ex& finder = config->urls();
+  finder.find_url(out->url.data(), static_cast<int>(out->url.size()), set);
+  Categories(set.hitype, true, finder.system_names(), &out->sys_categories);
+  Categories(set.lotype, false, finder.user_names(), &out->user_categories);
+  out->url_type_name = finder.GetURLTypeName(set);
+  const std::string host = HostOf(out->url);
+  out->white = config->white_urls().IsWhiteHost(host.data(), host.size());
+  return set;
+}
+
+void IPObjectList(const CIPObjMgr& mgr, uint64_t mask,
+                  std::vector<NamedId>* out,
+                  std::vector<const CIPObjMgr::tagONE_IP_MGR_OBJ*>* objects) {
+  for (int i = 0; i < mgr.GetCount(); ++i) {
+    const CIPObjMgr::tagONE_IP_MGR_OBJ* obj = mgr.GetAt(i);
+    if ((obj->id & mask) == 0) continue;
+    NamedId named;
+    named.id = obj->id;
+    named.name = obj->name;
+    out->push_back(named);
+    if (objects != nullptr) objects->push_back(obj);
+  }
+}
+
+void TimeObjectList(const CTimeObjMgrConfig& mgr, uint64_t mask,
+                    std::vector<NamedId>* out) {
+  if (mask == CTimeObjMgrConfig::ms_all_time_id) {
+    NamedId all;
+    all.id = mask;
+    all.name = mgr.GetTimeObjIdString(mask);
+    out->push_back(all);
+    return;
+  }
+  for (int bit = 0; bit < 64; ++bit) {
+    const uint64_t id = uint64_t{1} << bit;
+    if ((mask & id) == 0) continue;
+    NamedId named;
+    named.id = id;
+    named.name = mgr.GetTimeObjIdString(id);
+    out->push_back(named);
+  }
+}
+
 ConnectionClassifier::ConnectionClassifier(GatewayConfig* config)
     : config_(config) {}
 
@@ -190,9 +243,7 @@ void ConnectionClassifier::InsideClass(bool explain,
   const CLocalIPTypeTable& plan = *config_->plan();
   const uint32_t ip = out->inside_ip;
   out->class_id = static_cast<uint32_t>(plan.GetDepartmentIdByIP(ip));
-  out->class_name = out->class_id == COrgStructInfo::ORG_DMZ
-                        ? plan.dmz().GetName()
-                        : plan.GetDepartmentName(out->class_id);
+  out->class_name = ClassName(plan, out->class_id);
   if (!explain) return;
   const COrgStructInfo::tagDEPARTMENT_ITEM* dep =
       plan.intranet().FindDepartmentByIP(ip);
@@ -253,23 +304,15 @@ void ConnectionClassifier::Application(const ConnectionRecord& record,
 void ConnectionClassifier::Url(const ConnectionRecord& record, bool explain,
                                Classification* out) {
   if (record.url.empty() || !config_->has_urls()) return;
-  out->has_url = true;
-  out->url = StripScheme(record.url);
-  URL_GROUP_TYPE set;
-  CURL_Type_Finder_Ex& finder = config_->urls();
-  finder.find_url(out->url.data(), static_cast<int>(out->url.size()), set);
-  Categories(set.hitype, true, finder.system_names(), &out->sys_categories);
-  Categories(set.lotype, false, finder.user_names(), &out->user_categories);
-  out->url_type_name = finder.GetURLTypeName(set);
-  const std::string host = HostOf(out->url);
-  out->white = config_->white_urls().IsWhiteHost(host.data(), host.size());
+  const URL_GROUP_TYPE set = LookUpUrl(config_, record.url, out);
   if (!explain) return;
   char words[80];
   snprintf(words, sizeof(words),
            "system word 0x%016" PRIX64 ", user word 0x%016" PRIX64, set.hitype,
            set.lotype);
-  out->url_evidence = std::string(words) + "; host \"" + host + "\" " +
-                      (out->white ? "on" : "not on") + " the white list";
+  out->url_evidence = std::string(words) + "; host \"" + HostOf(out->url) +
+                      "\" " + (out->white ? "on" : "not on") +
+                      " the white list";
 }
 
 void ConnectionClassifier::IPObjects(const ConnectionRecord& record,
@@ -278,18 +321,14 @@ void ConnectionClassifier::IPObjects(const ConnectionRecord& record,
   const uint32_t ip = out->inside_ip;
   mgr.find(out->ip_object_mask, record.has_mac ? record.mac : nullptr, ip, 0);
   if (out->ip_object_mask == 0) return;
-  for (int i = 0; i < mgr.GetCount(); ++i) {
-    const CIPObjMgr::tagONE_IP_MGR_OBJ* obj = mgr.GetAt(i);
-    if ((obj->id & out->ip_object_mask) == 0) continue;
-    NamedId named;
-    named.id = obj->id;
-    named.name = obj->name;
-    if (explain) {
-      std::string range = HoldingRange(obj->ip_ranges, ip);
-      named.evidence = range.empty() ? "MAC " + Orva::mac_addr_to_a(record.mac)
-                                     : "range " + range;
-    }
-    out->ip_objects.push_back(named);
+  std::vector<const CIPObjMgr::tagONE_IP_MGR_OBJ*> objects;
+  IPObjectList(mgr, out->ip_object_mask, &out->ip_objects, &objects);
+  if (!explain) return;
+  for (size_t i = 0; i < objects.size(); ++i) {
+    std::string range = HoldingRange(objects[i]->ip_ranges, ip);
+    out->ip_objects[i].evidence = range.empty()
+                                      ? "MAC " + Orva::mac_addr_to_a(record.mac)
+                                      : "range " + range;
   }
 }
 
@@ -300,21 +339,7 @@ void ConnectionClassifier::TimeObjects(const ConnectionRecord& record,
   const LocalTime& t = record.time;
   out->time_object_mask =
       mgr.get_time_type(t.month - 1, t.day, t.hour, t.minute, t.weekday);
-  if (out->time_object_mask == CTimeObjMgrConfig::ms_all_time_id) {
-    NamedId all;
-    all.id = out->time_object_mask;
-    all.name = mgr.GetTimeObjIdString(all.id);
-    out->time_objects.push_back(all);
-  } else {
-    for (int bit = 0; bit < 64; ++bit) {
-      const uint64_t id = uint64_t{1} << bit;
-      if ((out->time_object_mask & id) == 0) continue;
-      NamedId named;
-      named.id = id;
-      named.name = mgr.GetTimeObjIdString(id);
-      out->time_objects.push_back(named);
-    }
-  }
+  TimeObjectList(mgr, out->time_object_mask, &out->time_objects);
   if (!explain) return;
   char text[64];
   snprintf(text, sizeof(text), "%s %02d:%02d, %s", kWeekdays[t.weekday], t.hour,
@@ -336,9 +361,7 @@ void ConnectionClassifier::Employee(bool explain, Classification* out) {
     out->has_employee = true;
     out->employee = r->GetShownName(&from_ip);
     out->employee_dep_id = r->dep_id;
-    out->employee_dep = r->dep_id == COrgStructInfo::ORG_DMZ
-                            ? config_->plan()->dmz().GetName()
-                            : config_->plan()->GetDepartmentName(r->dep_id);
+    out->employee_dep = ClassName(*config_->plan(), r->dep_id);
     if (explain) {
       out->employee_evidence = "employee record of " + Orva::hip_to_string(ip);
     }

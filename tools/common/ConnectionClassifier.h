@@ -104,6 +104,32 @@ class ConnectionClassifier {
   const UserDefAppItem* app_item_ = nullptr;  // of the current record
 };
 
+// Single facts, asked the way Classify() asks them; the inspection
+// commands use these so that they agree with classify.
+
+// The name of a company class or department id: the plan names the
+// departments and the abnormal classes; the DMZ has a name of its own. GBK.
+std::string ClassName(const CLocalIPTypeTable& plan, uint32_t id);
+
+// The URL categories of `url` (with or without its scheme) and whether its
+// host is on the white list: fills the URL fields of *out (has_url, url,
+// the category lists, url_type_name, white). Returns the category words,
+// for the evidence. `config` must have loaded kConfigUrls.
+URL_GROUP_TYPE LookUpUrl(GatewayConfig* config, const std::string& url,
+                         Classification* out);
+
+// The IP objects of `mask`, in the manager's order; with `objects`, the
+// manager's entries behind them, index for index. The pointers stay valid
+// while `mgr` is unchanged.
+void IPObjectList(
+    const CIPObjMgr& mgr, uint64_t mask, std::vector<NamedId>* out,
+    std::vector<const CIPObjMgr::tagONE_IP_MGR_OBJ*>* objects = nullptr);
+
+// The time objects of `mask`, from its lowest bit up; the all-time mask is
+// the single all-time object.
+void TimeObjectList(const CTimeObjMgrConfig& mgr, uint64_t mask,
+                    std::vector<NamedId>* out);
+
 // Text forms of the library's direction values: "DIR_CS_FIRST_CLIENT"...
 const char* CsDirName(DIR_CS dir);
 const char* DataDirName(DIR_IO dir);

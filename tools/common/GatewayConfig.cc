@@ -166,4 +166,12 @@ void GatewayConfig::LoadEmployees() {
   has_employees_ = true;
 }
 
+bool LoadAndReport(const std::string& dir, int parts, GatewayConfig* config) {
+  const bool loaded = config->Load(dir, parts);
+  for (const std::string& problem : config->problems()) {
+    fprintf(stderr, "quarn: %s\n", problem.c_str());
+  }
+  return loaded;
+}
+
 }  // namespace quarn_tool

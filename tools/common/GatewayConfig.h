@@ -108,6 +108,11 @@ class GatewayConfig {
   std::unique_ptr<CMyEmployeeDynamicInfoMgr> signed_in_;
 };
 
+// Loads `parts` of `dir` into *config (see GatewayConfig::Load) and reports
+// each problem on standard error, one line each: "quarn: <path>: <what>".
+// Returns what Load() returned.
+bool LoadAndReport(const std::string& dir, int parts, GatewayConfig* config);
+
 }  // namespace quarn_tool
 
 #endif  // QUARN_TOOLS_COMMON_GATEWAYCONFIG_H_

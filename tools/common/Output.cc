@@ -32,6 +32,13 @@ const std::string& Utf8Cache::Get(const std::string& gbk) {
   return cache_.emplace(gbk, ToTerminal(gbk)).first->second;
 }
 
+std::string HexText(uint64_t value) {
+  char text[19];
+  snprintf(text, sizeof(text), "0x%016llX",
+           static_cast<unsigned long long>(value));
+  return text;
+}
+
 void JsonWriter::Separate() {
   if (need_comma_) out_ += ',';
   need_comma_ = true;
@@ -215,6 +222,50 @@ void TableWriter::WriteRow(const std::vector<std::string>& cells) {
   while (!line_.empty() && line_.back() == ' ') line_.pop_back();
   line_ += '\n';
   fwrite(line_.data(), 1, line_.size(), out_);
+}
+
+ResultWriter::ResultWriter(FILE* out, bool table,
+                           std::vector<std::string> titles)
+    : out_(out), table_(table), titles_(std::move(titles)), json_(&cache_) {}
+
+JsonWriter* ResultWriter::BeginItem() {
+  json_.Clear();
+  return &json_;
+}
+
+void ResultWriter::EndItem() {
+  fwrite(json_.str().data(), 1, json_.str().size(), out_);
+  fputc('\n', out_);
+}
+
+void ResultWriter::Row(std::vector<std::string> cells) {
+  rows_.push_back(std::move(cells));
+}
+
+void ResultWriter::Caption(const std::string& utf8) {
+  caption_ += utf8;
+  caption_ += '\n';
+}
+
+void ResultWriter::Finish() {
+  if (table_) {
+    fputs(caption_.c_str(), out_);
+    std::vector<TableWriter::Column> columns;
+    for (size_t i = 0; i < titles_.size(); ++i) {
+      int width = TableWriter::DisplayWidth(titles_[i]);
+      for (const std::vector<std::string>& row : rows_) {
+        if (i < row.size() && TableWriter::DisplayWidth(row[i]) > width) {
+          width = TableWriter::DisplayWidth(row[i]);
+        }
+      }
+      columns.push_back({titles_[i].c_str(), width});
+    }
+    TableWriter writer(out_, columns);
+    writer.WriteHeader();
+    for (const std::vector<std::string>& row : rows_) writer.WriteRow(row);
+    rows_.clear();
+  }
+  fflush(out_);
 }
 
 }  // namespace quarn_tool

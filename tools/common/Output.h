@@ -1,7 +1,8 @@
-// The output layer of the `quarn` tool: a JSON object writer and an
-// aligned table writer. Text from the library is GBK and is converted to
-// UTF-8 here, at the edge, through ToTerminal (with a cache, since the same
-// few names recur on every line).
+// The output layer of the `quarn` tool: a JSON object writer, an aligned
+// table writer, and ResultWriter, which puts the results of an inspection
+// command out in the format the user chose with one of the other two. Text from
+// the library is GBK and is converted to UTF-8 here, at the edge, through
+// ToTerminal (with a cache, since the same few names recur on every line).
 
 #ifndef QUARN_TOOLS_COMMON_OUTPUT_H_
 #define QUARN_TOOLS_COMMON_OUTPUT_H_
@@ -27,6 +28,9 @@ class Utf8Cache {
   std::unordered_map<std::string, std::string> cache_;
   std::string scratch_;
 };
+
+// "0x" and 16 upper-case hex digits: the form of masks and area ids.
+std::string HexText(uint64_t value);
 
 // Builds one JSON object (or array) into a string, with no whitespace.
 // Keys and values are written in call order; the caller nests Begin/End
@@ -90,6 +94,43 @@ class TableWriter {
   FILE* out_;
   std::vector<Column> columns_;
   std::string line_;
+};
+
+// The results of an inspection command: with JSON, one object per queried
+// item, each on its own line, written as it comes; with a table, one row
+// per item under a title row, with columns as wide as their widest cell
+// (rows are held until Finish(), since these commands print a handful of
+// items, and a fitted table reads better than a fixed one).
+class ResultWriter {
+ public:
+  // `titles` are the table's column titles; unused for JSON.
+  ResultWriter(FILE* out, bool table, std::vector<std::string> titles);
+
+  bool table() const { return table_; }
+  Utf8Cache* cache() { return &cache_; }
+
+  // The writer for the next JSON object, emptied. Fill it, then call
+  // EndItem(). Stays owned by this object.
+  JsonWriter* BeginItem();
+  void EndItem();
+
+  // One table row of UTF-8 cells.
+  void Row(std::vector<std::string> cells);
+  // A line (UTF-8) written above the table; nothing with JSON, where each
+  // object says everything about its item.
+  void Caption(const std::string& utf8);
+
+  // Writes the table (nothing for JSON) and flushes the stream.
+  void Finish();
+
+ private:
+  FILE* out_;
+  bool table_;
+  std::vector<std::string> titles_;
+  std::string caption_;
+  std::vector<std::vector<std::string>> rows_;
+  Utf8Cache cache_;
+  JsonWriter json_;
 };
 
 }  // namespace quarn_tool
