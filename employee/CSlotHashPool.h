@@ -25,10 +25,6 @@
 // which every walk over all records follows, oldest first. Free slots form
 // a list; the slot freed last is taken first.
 //
-// The large arrays are placed where the kernel can back them with huge
-// pages (base/LargeArray.h): a lookup touches two or three random places
-// in megabytes of arrays, and in small pages each would miss the TLB.
-//
 // Not thread-safe: the stores guard their pools with their own mutexes.
 
 #ifndef QUARN_EMPLOYEE_CSLOTHASHPOOL_H_
@@ -39,8 +35,6 @@
 
 #include <algorithm>
 #include <vector>
-
-#include "base/LargeArray.h"
 
 template <typename Record>
 class CSlotHashPool {
@@ -127,11 +121,6 @@ class CSlotHashPool {
   int SlotOf(const Record* record) const;
 
  private:
-  // The arrays are the bulk of a store and are looked up at random, so
-  // the large ones get huge pages.
-  template <typename T>
-  using Array = std::vector<T, Orva::LargeArrayAllocator<T>>;
-
   struct Link {
     int32_t next;
     // The previous slot; for the first node of a chain, the bucket it
@@ -154,10 +143,10 @@ class CSlotHashPool {
   // Four buckets to a cache line, none across two.
   static_assert(sizeof(Bucket) == 16, "a bucket is 16 bytes");
   struct Index {
-    Array<Bucket> buckets;
+    std::vector<Bucket> buckets;
     // Bit b: the chain of bucket b holds more than two slots.
     std::vector<uint64_t> long_chains;
-    Array<Node> nodes;
+    std::vector<Node> nodes;
     // Set once a key of more than kExactKeyBits bits is entered: the
     // buckets' copies then no longer tell keys apart. Cleared by Clear().
     bool wide = false;
@@ -213,13 +202,13 @@ class CSlotHashPool {
 
   uint32_t capacity_;
   uint32_t free_count_;
-  Array<Record> records_;
-  Array<uint8_t> in_use_;
+  std::vector<Record> records_;
+  std::vector<uint8_t> in_use_;
   // In the pool itself rather than behind a vector: a lookup reaches its
   // buckets with one load fewer.
   Index indexes_[kMaxIndexes];
   int index_count_;
-  Array<Link> order_;  // insertion order; `next` also chains free slots
+  std::vector<Link> order_;  // insertion order; `next` also chains free slots
   int32_t order_head_;
   int32_t order_tail_;
   int32_t free_head_;
@@ -254,15 +243,15 @@ bool CSlotHashPool<Record>::Create(uint32_t capacity, int index_count) {
 
 template <typename Record>
 void CSlotHashPool<Record>::Destroy() {
-  Array<Record>().swap(records_);
-  Array<uint8_t>().swap(in_use_);
+  std::vector<Record>().swap(records_);
+  std::vector<uint8_t>().swap(in_use_);
   for (Index& index : indexes_) {
-    Array<Bucket>().swap(index.buckets);
+    std::vector<Bucket>().swap(index.buckets);
     std::vector<uint64_t>().swap(index.long_chains);
-    Array<Node>().swap(index.nodes);
+    std::vector<Node>().swap(index.nodes);
   }
   index_count_ = 0;
-  Array<Link>().swap(order_);
+  std::vector<Link>().swap(order_);
   capacity_ = 0;
   Reset();
 }

@@ -19,7 +19,6 @@
 #include "base/CTinyXmlEx.h"
 #include "base/CURLDecoder.h"
 #include "base/CVtIPAndMac.h"
-#include "base/LargeArray.h"
 #include "base/OrvaAddr.h"
 #include "base/OrvaFile.h"
 #include "base/OrvaInit.h"
