@@ -36,6 +36,50 @@
 #include <algorithm>
 #include <vector>
 
+namespace quarn_slot_hash {
+
+// Of a bucket's first two slots, the one whose key copy is `high` (the
+// first when both are), or -1. Which one it is, is a coin toss a branch
+// would often mispredict, and the choice lies on the path from the bucket
+// to the record, so it is made without branches: with masks anywhere, with
+// two conditional moves (a shorter path) on x86-64. Both give one answer.
+inline int SelectByMasks(int32_t first, int32_t second, uint32_t first_high,
+                         uint32_t second_high, uint32_t high) {
+  const int32_t second_or_none =
+      second | -static_cast<int32_t>(second_high != high);
+  const int32_t is_first = -static_cast<int32_t>(first_high == high);
+  return (first & is_first) | (second_or_none & ~is_first);
+}
+
+#if defined(__x86_64__)
+inline int SelectByMoves(int32_t first, int32_t second, uint32_t first_high,
+                         uint32_t second_high, uint32_t high) {
+  // Compilers make branches of every plain form of this choice.
+  int slot = -1;
+  __asm__(
+      "cmpl %[second_high], %[high]\n\t"
+      "cmove %[second], %[slot]\n\t"
+      "cmpl %[first_high], %[high]\n\t"
+      "cmove %[first], %[slot]"
+      : [slot] "+&r"(slot)
+      : [high] "r"(high), [second_high] "rm"(second_high),
+        [first_high] "rm"(first_high), [second] "r"(second), [first] "r"(first)
+      : "cc");
+  return slot;
+}
+#endif
+
+inline int SelectSlot(int32_t first, int32_t second, uint32_t first_high,
+                      uint32_t second_high, uint32_t high) {
+#if defined(__x86_64__)
+  return SelectByMoves(first, second, first_high, second_high, high);
+#else
+  return SelectByMasks(first, second, first_high, second_high, high);
+#endif
+}
+
+}  // namespace quarn_slot_hash
+
 template <typename Record>
 class CSlotHashPool {
  public:
@@ -161,31 +205,10 @@ class CSlotHashPool {
     return slot;
   }
 
-  // The bucket's first or second slot, whichever has the copy `high`, or
-  // -1. Which one it is, is a coin toss a branch would often mispredict,
-  // and the choice lies on the path from the bucket to the record, so it
-  // is made with conditional moves.
   static int SelectSlot(const Bucket& bucket, uint32_t high) {
-#if defined(__x86_64__)
-    // Compilers make branches of every plain form of this choice.
-    int slot = -1;
-    __asm__(
-        "cmpl %[second_high], %[high]\n\t"
-        "cmove %[second], %[slot]\n\t"
-        "cmpl %[first_high], %[high]\n\t"
-        "cmove %[first], %[slot]"
-        : [slot] "+&r"(slot)
-        : [high] "r"(high), [second_high] "rm"(bucket.second_high),
-          [first_high] "rm"(bucket.first_high), [second] "r"(bucket.second),
-          [first] "r"(bucket.first)
-        : "cc");
-    return slot;
-#else
-    const int32_t second =
-        bucket.second | -static_cast<int32_t>(bucket.second_high != high);
-    const int32_t is_first = -static_cast<int32_t>(bucket.first_high == high);
-    return (bucket.first & is_first) | (second & ~is_first);
-#endif
+    return quarn_slot_hash::SelectSlot(bucket.first, bucket.second,
+                                       bucket.first_high, bucket.second_high,
+                                       high);
   }
   static bool LongChain(const Index& index, uint32_t b) {
     return (index.long_chains[b >> 6] >> (b & 63)) & 1;

@@ -127,6 +127,32 @@ TEST(SlotHashPool, RekeyMovesOneIndexOnly) {
   EXPECT_EQ((std::vector<int>{a}), Chain(pool, 0, 10));
 }
 
+TEST(SlotHashPool, BothSelectionsOfABucketSlotAgree) {
+  const int32_t slots[] = {-1, 0, 7, 0x7FFFFFFE};
+  const uint32_t highs[] = {0, 1, 0x80000000u, 0xFFFFFFFFu};
+  for (int32_t first : slots) {
+    for (int32_t second : slots) {
+      for (uint32_t first_high : highs) {
+        for (uint32_t second_high : highs) {
+          for (uint32_t high : highs) {
+            const int expected = first_high == high    ? first
+                                 : second_high == high ? second
+                                                       : -1;
+            ASSERT_EQ(expected,
+                      quarn_slot_hash::SelectByMasks(first, second, first_high,
+                                                     second_high, high));
+#if defined(__x86_64__)
+            ASSERT_EQ(expected,
+                      quarn_slot_hash::SelectByMoves(first, second, first_high,
+                                                     second_high, high));
+#endif
+          }
+        }
+      }
+    }
+  }
+}
+
 TEST(SlotHashPool, SlotOfAcceptsOnlyOwnRecords) {
   Pool pool;
   ASSERT_TRUE(pool.Create(4, 1));
