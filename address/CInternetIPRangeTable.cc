@@ -9,6 +9,8 @@
 #include <map>
 #include <unordered_map>
 
+#include "base/NoThrow_internal.h"
+#include "base/OrvaFile.h"
 #include "base/OrvaPath.h"
 
 // Area id -> first descriptor of that id, remembering first-seen order.
@@ -147,20 +149,6 @@ class ScrambledReader {
   unsigned char key_;
 };
 
-bool ReadWholeFile(const char* path, std::vector<unsigned char>* out) {
-  if (path == nullptr || *path == '\0') return false;
-  FILE* f = fopen(path, "rb");
-  if (f == nullptr) return false;
-  struct stat st;
-  bool ok = fstat(fileno(f), &st) == 0 && S_ISREG(st.st_mode);
-  if (ok) {
-    out->resize(static_cast<size_t>(st.st_size));
-    ok = out->empty() || fread(out->data(), 1, out->size(), f) == out->size();
-  }
-  fclose(f);
-  return ok;
-}
-
 }  // namespace
 
 CInternetIPRangeTable::CInternetIPRangeTable()
@@ -250,18 +238,23 @@ void CInternetIPRangeTable::FinishLoad(int build_index) {
 
 int CInternetIPRangeTable::Load_dat(const char* path, int build_index,
                                     int* cancel) {
-  loaded_ = 0;
-  std::vector<unsigned char> image;
-  if (!ReadWholeFile(path, &image)) return 0;
-  return LoadDatRecords(image.data(), image.size(), build_index, cancel);
+  return quarn_guard::Guarded<int>(0, [&]() -> int {
+    loaded_ = 0;
+    std::string image;
+    if (!Orva::ReadFileToString(path, &image)) return 0;
+    return LoadDatRecords(reinterpret_cast<const unsigned char*>(image.data()),
+                          image.size(), build_index, cancel);
+  });
 }
 
 int CInternetIPRangeTable::Load_dat_buffer(const unsigned char* data,
                                            size_t size, int build_index,
                                            int* cancel) {
-  loaded_ = 0;
-  if (data == nullptr && size != 0) return 0;
-  return LoadDatRecords(data, size, build_index, cancel);
+  return quarn_guard::Guarded<int>(0, [&]() -> int {
+    loaded_ = 0;
+    if (data == nullptr && size != 0) return 0;
+    return LoadDatRecords(data, size, build_index, cancel);
+  });
 }
 
 int CInternetIPRangeTable::LoadDatRecords(const unsigned char* data,
@@ -324,52 +317,55 @@ std::string BaseNameWithoutExtension(const char* path) {
 
 int CInternetIPRangeTable::Load_ini(const char* path, int build_index,
                                     int* cancel) {
-  loaded_ = 0;
-  if (path == nullptr || *path == '\0') return 0;
-  FILE* f = fopen(path, "r");
-  if (f == nullptr) return 0;
-  name_ = BaseNameWithoutExtension(path);
-  area_index_.reset();
+  return quarn_guard::Guarded<int>(0, [&]() -> int {
+    loaded_ = 0;
+    if (path == nullptr || *path == '\0') return 0;
+    FILE* f = Orva::OpenRegularFile(path);
+    if (f == nullptr) return 0;
+    name_ = BaseNameWithoutExtension(path);
+    area_index_.reset();
 
-  struct stat st;
-  const size_t file_size =
-      fstat(fileno(f), &st) == 0 ? static_cast<size_t>(st.st_size) : 0;
-  uint32_t version = 0;
-  int32_t count = 0;
-  char line[4096];
-  char desc[4096];
-  while ((cancel == nullptr || *cancel == 0) &&
-         fgets(line, sizeof(line), f) != nullptr) {
-    size_t length = strlen(line);
-    while (length > 0 && (line[length - 1] == '\n' || line[length - 1] == '\r'))
-      line[--length] = '\0';
-    if (length < 21 || length > 1024) continue;
-    if (version == 0 || count == 0) {
-      if (strstr(line, "VERSION=") == nullptr) continue;
-      if (!ParseHeader(line, &version, &count)) break;
-      version_ = version;
-      if (version != 0 && count > 0) {
-        ranges_.reserve(ranges_.size() +
-                        std::min(static_cast<size_t>(count), file_size / 21));
+    struct stat st;
+    const size_t file_size =
+        fstat(fileno(f), &st) == 0 ? static_cast<size_t>(st.st_size) : 0;
+    uint32_t version = 0;
+    int32_t count = 0;
+    char line[4096];
+    char desc[4096];
+    while ((cancel == nullptr || *cancel == 0) &&
+           fgets(line, sizeof(line), f) != nullptr) {
+      size_t length = strlen(line);
+      while (length > 0 &&
+             (line[length - 1] == '\n' || line[length - 1] == '\r'))
+        line[--length] = '\0';
+      if (length < 21 || length > 1024) continue;
+      if (version == 0 || count == 0) {
+        if (strstr(line, "VERSION=") == nullptr) continue;
+        if (!ParseHeader(line, &version, &count)) break;
+        version_ = version;
+        if (version != 0 && count > 0) {
+          ranges_.reserve(ranges_.size() +
+                          std::min(static_cast<size_t>(count), file_size / 21));
+        }
+        continue;
       }
-      continue;
+      unsigned int begin = 0, end = 0;
+      uint64_t id = 0;
+      if (sscanf(line, "%u;%u;%" SCNu64 ";%4095s", &begin, &end, &id, desc) !=
+          4) {
+        continue;
+      }
+      INTERNET_IP_RANGE r;
+      r.begin = begin;
+      r.end = end;
+      r.desc.area_id = id;
+      r.desc.desc = desc;
+      Insert(std::move(r));
     }
-    unsigned int begin = 0, end = 0;
-    uint64_t id = 0;
-    if (sscanf(line, "%u;%u;%" SCNu64 ";%4095s", &begin, &end, &id, desc) !=
-        4) {
-      continue;
-    }
-    INTERNET_IP_RANGE r;
-    r.begin = begin;
-    r.end = end;
-    r.desc.area_id = id;
-    r.desc.desc = desc;
-    Insert(std::move(r));
-  }
-  fclose(f);
-  FinishLoad(build_index);
-  return count != 0 ? 1 : 0;
+    fclose(f);
+    FinishLoad(build_index);
+    return count != 0 ? 1 : 0;
+  });
 }
 
 const INTERNET_IP_DESC* CInternetIPRangeTable::Find(unsigned long ip) const {

@@ -3,6 +3,7 @@
 #include <string.h>
 
 #include "base/BuiltinTexts_internal.h"
+#include "base/NoThrow_internal.h"
 #include "base/OrvaPath.h"
 
 namespace {
@@ -166,16 +167,18 @@ std::vector<CAppSubtypeReader::tagPROTO_TREE_ITEM*>
     CAppSubtypeReader::ms_top_items;
 
 int CAppSubtypeReader::ReadAppTypeTree() {
-  CloseAppTypeTree();
-  ms_hash_finder.Reset();
-  std::string path = Orva::GetModuleOtherFileName("pat", "proto_tree.xml");
-  CTinyXmlEx doc;
-  if (doc.open_for_readonly(path.c_str()) != 0) return 0;
-  TiXmlNode* root = doc.GetRootNode();
-  if (root == nullptr) return 0;
-  ReadVersionInfo(path.c_str(), ms_version);
-  ReadTreeInfo(doc, root, nullptr);
-  return 1;
+  return quarn_guard::Guarded<int>(0, [&]() -> int {
+    CloseAppTypeTree();
+    ms_hash_finder.Reset();
+    std::string path = Orva::GetModuleOtherFileName("pat", "proto_tree.xml");
+    CTinyXmlEx doc;
+    if (doc.open_for_readonly(path.c_str()) != 0) return 0;
+    TiXmlNode* root = doc.GetRootNode();
+    if (root == nullptr) return 0;
+    ReadVersionInfo(path.c_str(), ms_version);
+    ReadTreeInfo(doc, root, nullptr);
+    return 1;
+  });
 }
 
 void CAppSubtypeReader::CloseAppTypeTree() {
@@ -200,14 +203,16 @@ void CAppSubtypeReader::DeleteSubtree(tagPROTO_TREE_ITEM* item) {
 
 bool CAppSubtypeReader::ReadVersionInfo(const char* path,
                                         __ST_DB_VERSION_TMP__& version) {
-  CTinyXmlEx doc;
-  if (doc.open_for_readonly(path) != 0) return false;
-  TiXmlNode* info =
-      CTinyXmlEx::FirstChildElement(doc.GetRootNode(), "version_info");
-  if (info == nullptr) return false;
-  CTinyXmlEx::GetAttr(info, "current", version.current);
-  CTinyXmlEx::GetAttr(info, "time", version.time);
-  return true;
+  return quarn_guard::Guarded<bool>(false, [&]() -> bool {
+    CTinyXmlEx doc;
+    if (doc.open_for_readonly(path) != 0) return false;
+    TiXmlNode* info =
+        CTinyXmlEx::FirstChildElement(doc.GetRootNode(), "version_info");
+    if (info == nullptr) return false;
+    CTinyXmlEx::GetAttr(info, "current", version.current);
+    CTinyXmlEx::GetAttr(info, "time", version.time);
+    return true;
+  });
 }
 
 void CAppSubtypeReader::ReadTreeInfo(CTinyXmlEx& doc, TiXmlNode* node,

@@ -1,6 +1,7 @@
 #include "appid/CUserDefAppConfig.h"
 
 #include "appid/CUserDefAppConfig_internal.h"
+#include "base/NoThrow_internal.h"
 #include "base/OrvaPath.h"
 
 using quarn_userdef::InList;
@@ -264,19 +265,23 @@ bool CUserDefAppConfig::operator==(const CUserDefAppConfig& other) const {
 void CUserDefAppConfig::close() { items.clear(); }
 
 bool CUserDefAppConfig::read(const char* path) {
-  close();
-  CTinyXmlEx doc;
-  if (path == nullptr || doc.open_for_readonly(path) != 0) return false;
-  name = quarn_userdef::BaseNameWithoutExtension(path);
-  return ReadDocument(doc);
+  return quarn_guard::Guarded<bool>(false, [&]() -> bool {
+    close();
+    CTinyXmlEx doc;
+    if (path == nullptr || doc.open_for_readonly(path) != 0) return false;
+    name = quarn_userdef::BaseNameWithoutExtension(path);
+    return ReadDocument(doc);
+  });
 }
 
 bool CUserDefAppConfig::LoadFromMem(const char* text, int length) {
-  close();
-  if (text == nullptr || length <= 0) return true;
-  CTinyXmlEx doc;
-  if (doc.open(text, length) != 0) return false;
-  return ReadDocument(doc);
+  return quarn_guard::Guarded<bool>(false, [&]() -> bool {
+    close();
+    if (text == nullptr || length <= 0) return true;
+    CTinyXmlEx doc;
+    if (doc.open(text, length) != 0) return false;
+    return ReadDocument(doc);
+  });
 }
 
 bool CUserDefAppConfig::ReadDocument(CTinyXmlEx& doc) {
@@ -298,18 +303,20 @@ bool CUserDefAppConfig::ReadDocument(CTinyXmlEx& doc) {
 }
 
 bool CUserDefAppConfig::SaveToFile(const char* path) const {
-  if (path == nullptr || *path == '\0') return false;
-  CTinyXmlEx doc;
-  if (doc.open_ex(path, CTinyXmlEx::OPEN_CREATE_NEW) != 0) return false;
-  TiXmlNode* root = doc.InsertRootElement(quarn_userdef::kRootElement);
-  if (root == nullptr) return false;
-  CTinyXmlEx::SetAttr(root, kNextAppid, next_appid);
-  for (const UserDefAppItem& item : items) {
-    WriteItem(
-        CTinyXmlEx::InsertEndChildElement(root, quarn_userdef::kItemElement),
-        item);
-  }
-  return doc.savefile() == 0;
+  return quarn_guard::Guarded<bool>(false, [&]() -> bool {
+    if (path == nullptr || *path == '\0') return false;
+    CTinyXmlEx doc;
+    if (doc.open_ex(path, CTinyXmlEx::OPEN_CREATE_NEW) != 0) return false;
+    TiXmlNode* root = doc.InsertRootElement(quarn_userdef::kRootElement);
+    if (root == nullptr) return false;
+    CTinyXmlEx::SetAttr(root, kNextAppid, next_appid);
+    for (const UserDefAppItem& item : items) {
+      WriteItem(
+          CTinyXmlEx::InsertEndChildElement(root, quarn_userdef::kItemElement),
+          item);
+    }
+    return doc.savefile() == 0;
+  });
 }
 
 const UserDefAppItem* CUserDefAppConfig::find(const tagIPv4_CONNECT_ADDR& addr,

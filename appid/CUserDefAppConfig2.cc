@@ -1,5 +1,7 @@
 #include "appid/CUserDefAppConfig2.h"
 
+#include "base/NoThrow_internal.h"
+
 #include "appid/CAppSubtypeReader.h"
 #include "appid/CUserDefAppConfig_internal.h"
 
@@ -71,19 +73,23 @@ bool CUserDefAppConfig2::operator==(const CUserDefAppConfig2& other) const {
 void CUserDefAppConfig2::close() { items.clear(); }
 
 bool CUserDefAppConfig2::read(const char* path) {
-  close();
-  CTinyXmlEx doc;
-  if (path == nullptr || doc.open_for_readonly(path) != 0) return false;
-  name = quarn_userdef::BaseNameWithoutExtension(path);
-  return ReadDocument(doc);
+  return quarn_guard::Guarded<bool>(false, [&]() -> bool {
+    close();
+    CTinyXmlEx doc;
+    if (path == nullptr || doc.open_for_readonly(path) != 0) return false;
+    name = quarn_userdef::BaseNameWithoutExtension(path);
+    return ReadDocument(doc);
+  });
 }
 
 bool CUserDefAppConfig2::LoadFromMem(const char* text, int length) {
-  close();
-  if (text == nullptr || length <= 0) return true;
-  CTinyXmlEx doc;
-  if (doc.open(text, length) != 0) return false;
-  return ReadDocument(doc);
+  return quarn_guard::Guarded<bool>(false, [&]() -> bool {
+    close();
+    if (text == nullptr || length <= 0) return true;
+    CTinyXmlEx doc;
+    if (doc.open(text, length) != 0) return false;
+    return ReadDocument(doc);
+  });
 }
 
 bool CUserDefAppConfig2::ReadDocument(CTinyXmlEx& doc) {
@@ -99,19 +105,21 @@ bool CUserDefAppConfig2::ReadDocument(CTinyXmlEx& doc) {
 }
 
 bool CUserDefAppConfig2::SaveToFile(const char* path) const {
-  if (path == nullptr || *path == '\0') return false;
-  CTinyXmlEx doc;
-  if (doc.open_ex(path, CTinyXmlEx::OPEN_CREATE_NEW) != 0) return false;
-  TiXmlNode* root = doc.InsertRootElement(quarn_userdef::kRootElement);
-  if (root == nullptr) return false;
-  for (const UserDefAppItem2& item : items) {
-    TiXmlNode* node =
-        CTinyXmlEx::InsertEndChildElement(root, quarn_userdef::kItemElement);
-    if (!quarn_userdef::WriteRanges(node, item.ips, item.ports)) continue;
-    CTinyXmlEx::SetAttr(node, kAppid, item.appid);
-    CTinyXmlEx::SetAttr(node, kTransType, static_cast<int>(item.trans_type));
-  }
-  return doc.savefile() == 0;
+  return quarn_guard::Guarded<bool>(false, [&]() -> bool {
+    if (path == nullptr || *path == '\0') return false;
+    CTinyXmlEx doc;
+    if (doc.open_ex(path, CTinyXmlEx::OPEN_CREATE_NEW) != 0) return false;
+    TiXmlNode* root = doc.InsertRootElement(quarn_userdef::kRootElement);
+    if (root == nullptr) return false;
+    for (const UserDefAppItem2& item : items) {
+      TiXmlNode* node =
+          CTinyXmlEx::InsertEndChildElement(root, quarn_userdef::kItemElement);
+      if (!quarn_userdef::WriteRanges(node, item.ips, item.ports)) continue;
+      CTinyXmlEx::SetAttr(node, kAppid, item.appid);
+      CTinyXmlEx::SetAttr(node, kTransType, static_cast<int>(item.trans_type));
+    }
+    return doc.savefile() == 0;
+  });
 }
 
 const UserDefAppItem2* CUserDefAppConfig2::find(

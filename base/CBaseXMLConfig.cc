@@ -3,7 +3,8 @@
 #include <string.h>
 
 #include "base/DataCipher_internal.h"
-#include "base/OrvaFileBytes_internal.h"
+#include "base/NoThrow_internal.h"
+#include "base/OrvaFile.h"
 #include "base/OrvaMem.h"
 
 CBaseXMLConfig::CBaseXMLConfig() {}
@@ -14,16 +15,20 @@ void CBaseXMLConfig::close() {}
 
 int CBaseXMLConfig::LoadFromFile(const char* path) {
   if (path == nullptr || *path == '\0') return 0;
-  CTinyXmlEx doc;
-  if (doc.open_for_readonly(path) != 0) return 0;
-  m_file_path = path;
-  return LoadConfig(doc);
+  return quarn_guard::Guarded(0, [this, path]() {
+    CTinyXmlEx doc;
+    if (doc.open_for_readonly(path) != 0) return 0;
+    m_file_path = path;
+    return LoadConfig(doc);
+  });
 }
 
 int CBaseXMLConfig::LoadFromMem(const char* text, int length) {
-  CTinyXmlEx doc;
-  if (doc.open(text, length) != 0) return 0;
-  return LoadConfig(doc);
+  return quarn_guard::Guarded(0, [this, text, length]() {
+    CTinyXmlEx doc;
+    if (doc.open(text, length) != 0) return 0;
+    return LoadConfig(doc);
+  });
 }
 
 int CBaseXMLConfig::SaveToFile() {
@@ -33,18 +38,23 @@ int CBaseXMLConfig::SaveToFile() {
 
 int CBaseXMLConfig::SaveToFile(const char* path) {
   if (path == nullptr || *path == '\0') return 0;
-  CTinyXmlEx doc;
-  if (doc.open_ex(path, CTinyXmlEx::OPEN_CREATE_NEW) != 0) return 0;
-  if (SaveConfig(doc) != 1) return 0;
-  return doc.savefile(path) == 0 ? 1 : 0;
+  return quarn_guard::Guarded(0, [this, path]() {
+    CTinyXmlEx doc;
+    if (doc.open_ex(path, CTinyXmlEx::OPEN_CREATE_NEW) != 0) return 0;
+    if (SaveConfig(doc) != 1) return 0;
+    return doc.savefile(path) == 0 ? 1 : 0;
+  });
 }
 
 int CBaseXMLConfig::LoadCryDataFile(const char* path, char*& buffer,
                                     int& length) {
-  std::string bytes;
-  if (!quarn_file::ReadWholeFile(path, &bytes)) return 0;
   std::string plain;
-  if (!quarn_cipher::Decipher(bytes, &plain)) return 0;
+  bool read = quarn_guard::Guarded(false, [path, &plain]() {
+    std::string bytes;
+    return Orva::ReadFileToString(path, &bytes) &&
+           quarn_cipher::Decipher(bytes, &plain);
+  });
+  if (!read) return 0;
   char* block = static_cast<char*>(
       Orva::MyMemAlloc(plain.size() + 1, "CBaseXMLConfig", __LINE__));
   if (block == nullptr) return 0;
@@ -58,9 +68,11 @@ int CBaseXMLConfig::LoadCryDataFile(const char* path, char*& buffer,
 int CBaseXMLConfig::SaveCryDataFile(const char* path, const char* data,
                                     int length) {
   if (data == nullptr || length < 0) return 0;
-  std::string cipher =
-      quarn_cipher::Encipher(std::string(data, static_cast<size_t>(length)));
-  return quarn_file::WriteWholeFile(path, cipher) ? 1 : 0;
+  return quarn_guard::Guarded(0, [path, data, length]() {
+    std::string cipher =
+        quarn_cipher::Encipher(std::string(data, static_cast<size_t>(length)));
+    return Orva::WriteFileAtomic(path, cipher.data(), cipher.size()) ? 1 : 0;
+  });
 }
 
 int CBaseXMLConfig::LoadFromCryDataFile(const char* path) {

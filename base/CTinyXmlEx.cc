@@ -6,8 +6,13 @@
 #include <string.h>
 #include <strings.h>
 
+#include <memory>
+
+#include "base/NoThrow_internal.h"
 #include "base/OrvaAddr.h"
+#include "base/OrvaFile.h"
 #include "base/TextNumber_internal.h"
+#include "base/XmlNesting_internal.h"
 
 namespace {
 
@@ -86,6 +91,36 @@ std::vector<std::string> SplitDroppingEmpty(const char* text, char separator) {
   return items;
 }
 
+// CR LF and lone CR become LF.
+void NormalizeLineEnds(std::string* text) {
+  if (text->find('\r') == std::string::npos) return;
+  std::string out;
+  out.reserve(text->size());
+  for (size_t i = 0; i < text->size(); ++i) {
+    char c = (*text)[i];
+    if (c == '\r') {
+      out.push_back('\n');
+      if (i + 1 < text->size() && (*text)[i + 1] == '\n') ++i;
+    } else {
+      out.push_back(c);
+    }
+  }
+  text->swap(out);
+}
+
+// The document as TinyXML writes it to a file, byte for byte.
+bool Render(const TiXmlDocument& doc, std::string* text) {
+  char* buffer = nullptr;
+  size_t size = 0;
+  FILE* stream = open_memstream(&buffer, &size);
+  if (stream == nullptr) return false;
+  bool ok = doc.SaveFile(stream);
+  ok = fclose(stream) == 0 && ok;
+  if (ok) text->assign(buffer, size);
+  free(buffer);
+  return ok;
+}
+
 TiXmlNode* FindOrAddChild(TiXmlNode* node, const char* key) {
   TiXmlNode* child = CTinyXmlEx::FirstChildElement(node, key);
   if (child == nullptr) child = CTinyXmlEx::InsertEndChildElement(node, key);
@@ -115,30 +150,56 @@ CTinyXmlEx& CTinyXmlEx::operator=(const CTinyXmlEx& other) {
 
 int CTinyXmlEx::open_for_readonly(const char* path) {
   close();
-  if (path == nullptr || *path == '\0') return -1;
-  doc_ = new TiXmlDocument();
-  // Legacy encoding: bytes above 0x7F pass through as they are, which keeps
-  // GBK text intact.
-  if (!doc_->LoadFile(path, TIXML_ENCODING_LEGACY)) {
-    close();
-    return -1;
+  if (path == nullptr || *path == '\0') return Fail("no path");
+  std::string text;
+  if (!Orva::ReadFileToString(path, &text, kMaxDocumentBytes)) {
+    return Fail(strerror(errno));
   }
+  // As TinyXML does for its own file reads: line ends become '\n'.
+  NormalizeLineEnds(&text);
+  if (Parse(text.c_str(), text.size()) != 0) return -1;
   path_ = path;
   return 0;
 }
 
 int CTinyXmlEx::open(const char* text, int length) {
   close();
-  if (text == nullptr || length <= 0) return -1;
+  if (text == nullptr || length <= 0) return Fail("no text");
   // TinyXML wants a terminated buffer; the caller's may not be.
   std::string copy(text, strnlen(text, static_cast<size_t>(length)));
-  doc_ = new TiXmlDocument();
-  doc_->Parse(copy.c_str(), nullptr, TIXML_ENCODING_LEGACY);
-  if (doc_->Error()) {
-    close();
-    return -1;
+  return Parse(copy.c_str(), copy.size());
+}
+
+int CTinyXmlEx::Parse(const char* text, size_t length) {
+  if (length > kMaxDocumentBytes) return Fail(strerror(EFBIG));
+  if (!quarn_xml::NestingWithin(text, length, quarn_xml::kMaxXmlDepth)) {
+    return Fail("elements nested too deeply");
   }
+  TiXmlDocument* doc =
+      quarn_guard::Guarded<TiXmlDocument*>(nullptr, [text]() -> TiXmlDocument* {
+        std::unique_ptr<TiXmlDocument> parsed(new TiXmlDocument());
+        // Legacy encoding: bytes above 0x7F pass through as they are, which
+        // keeps GBK text intact.
+        parsed->Parse(text, nullptr, TIXML_ENCODING_LEGACY);
+        return parsed.release();
+      });
+  if (doc == nullptr) return Fail(strerror(ENOMEM));
+  if (doc->Error()) {
+    char where[64];
+    snprintf(where, sizeof(where), "line %d, column %d: ", doc->ErrorRow(),
+             doc->ErrorCol());
+    std::string message = std::string(where) + doc->ErrorDesc();
+    delete doc;
+    return Fail(message);
+  }
+  doc_ = doc;
+  error_.clear();
   return 0;
+}
+
+int CTinyXmlEx::Fail(const std::string& message) {
+  error_ = message;
+  return -1;
 }
 
 int CTinyXmlEx::open_ex(const char* path, int mode) {
@@ -158,19 +219,27 @@ int CTinyXmlEx::savefile() {
 
 int CTinyXmlEx::savefile(const char* path) {
   if (doc_ == nullptr || path == nullptr || *path == '\0') return -1;
-  TiXmlNode* first = doc_->FirstChild();
-  if (first == nullptr || first->ToDeclaration() == nullptr) {
-    TiXmlDeclaration declaration("1.0", "GBK", "");
-    if (first == nullptr) {
-      doc_->InsertEndChild(declaration);
-    } else {
-      doc_->InsertBeforeChild(first, declaration);
+  return quarn_guard::Guarded(-1, [this, path]() {
+    TiXmlNode* first = doc_->FirstChild();
+    if (first == nullptr || first->ToDeclaration() == nullptr) {
+      TiXmlDeclaration declaration("1.0", "GBK", "");
+      if (first == nullptr) {
+        doc_->InsertEndChild(declaration);
+      } else {
+        doc_->InsertBeforeChild(first, declaration);
+      }
     }
-  }
-  return doc_->SaveFile(path) ? 0 : -1;
+    std::string text;
+    if (!Render(*doc_, &text)) return Fail(strerror(errno));
+    if (!Orva::WriteFileAtomic(path, text.data(), text.size())) {
+      return Fail(strerror(errno));
+    }
+    return 0;
+  });
 }
 
 void CTinyXmlEx::close() {
+  error_.clear();
   delete doc_;
   doc_ = nullptr;
   path_.clear();

@@ -13,6 +13,7 @@
 #ifndef QUARN_BASE_CTINYXMLEX_H_
 #define QUARN_BASE_CTINYXMLEX_H_
 
+#include <stddef.h>
 #include <stdint.h>
 
 #include <string>
@@ -41,9 +42,15 @@ class CTinyXmlEx {
   CTinyXmlEx(const CTinyXmlEx& other);
   CTinyXmlEx& operator=(const CTinyXmlEx& other);
 
-  // Parses the file at `path`. Returns 0 on success, -1 otherwise.
+  // The largest document parsed: 64 MiB.
+  static constexpr size_t kMaxDocumentBytes = size_t{64} << 20;
+
+  // Parses the file at `path`. Returns 0 on success, -1 otherwise: the
+  // path is not a regular file, holds more than kMaxDocumentBytes, nests
+  // elements more than 256 deep, or does not parse. error() says which.
   int open_for_readonly(const char* path);
-  // Parses `length` bytes at `text`. Returns 0 on success, -1 otherwise.
+  // Parses `length` bytes at `text` (up to the first zero byte), with the
+  // limits of open_for_readonly(). Returns 0 on success, -1 otherwise.
   int open(const char* text, int length);
   // Opens `path` for change (OPEN_FOR_CHANGE) or starts an empty document
   // that savefile() writes to `path` (OPEN_CREATE_NEW). 0 on success.
@@ -51,13 +58,17 @@ class CTinyXmlEx {
   // Writes the document to the path it was opened with. 0 on success.
   int savefile();
   // Writes the document to `path`, with an XML declaration naming GBK.
-  // 0 on success.
+  // The file is replaced atomically (Orva::WriteFileAtomic): on failure
+  // the previous file is untouched. 0 on success.
   int savefile(const char* path);
   // Discards the document; every node handed out becomes invalid.
   void close();
 
   // The path the document was opened with, empty for a memory document.
   const std::string& path() const { return path_; }
+  // Why the last open or save failed ("line 3, column 7: Error reading end
+  // tag.", "Is a directory", ...); empty after a success.
+  const std::string& error() const { return error_; }
   // The document as text, for callers that keep it in memory.
   std::string ToText() const;
 
@@ -177,8 +188,14 @@ class CTinyXmlEx {
                                       const unsigned char* mac);
 
  private:
+  // Parses a zero-terminated text of `length` bytes into doc_.
+  int Parse(const char* text, size_t length);
+  // Records `message` for error() and returns -1.
+  int Fail(const std::string& message);
+
   TiXmlDocument* doc_;  // owned; null when nothing is open
   std::string path_;
+  std::string error_;
 };
 
 #endif  // QUARN_BASE_CTINYXMLEX_H_

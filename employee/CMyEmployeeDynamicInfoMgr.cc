@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "base/CData_Stream_LE.h"
+#include "base/NoThrow_internal.h"
 #include "base/OrvaFile.h"
 #include "base/OrvaPath.h"
 #include "base/OrvaTime.h"
@@ -413,11 +414,6 @@ const size_t kRecordSize = 30;
 
 // Writes everything or fails; the file is flushed to the disk before it
 // counts as written.
-bool WriteAndSync(FILE* file, const char* data, size_t length) {
-  if (length != 0 && fwrite(data, 1, length, file) != length) return false;
-  return fflush(file) == 0 && fsync(fileno(file)) == 0;
-}
-
 }  // namespace
 
 int CMyEmployeeDynamicInfoMgr::Save_bin(const char* dir) {
@@ -429,35 +425,36 @@ int CMyEmployeeDynamicInfoMgr::Save_bin(const char* dir) {
           0) {
     return 0;
   }
-  std::string bytes(kHeaderSize, '\0');
-  int32_t count = 0;
-  for (int s = pool_.Head(); s >= 0; s = pool_.NextInOrder(s)) {
-    const EMPLOYEE_DYNAMIC_INFO& e = pool_.at(s);
-    if (e.state == kUnsavedState) continue;
-    char record[kRecordSize];
-    char* p = record;
-    CData_Stream_LE::PutUint32(p, e.ip);
-    CData_Stream_LE::PutBytes(p, e.mac, 6);
-    CData_Stream_LE::PutUint32(p, e.auth_time);
-    CData_Stream_LE::PutUint64(p, e.did);
-    CData_Stream_LE::PutInt32(p, e.state);
-    CData_Stream_LE::PutUint32(p, e.refresh_time);
-    bytes.append(record, kRecordSize);
-    ++count;
-  }
-  char* p = &bytes[0];
-  CData_Stream_LE::PutUint32(p, kFileFormat);
-  CData_Stream_LE::PutUint32(p, last_saved_tick_);
-  CData_Stream_LE::PutInt32(p, count);
+  std::string bytes;
+  bool built = quarn_guard::Guarded(false, [this, &bytes]() {
+    bytes.assign(kHeaderSize, '\0');
+    int32_t count = 0;
+    for (int s = pool_.Head(); s >= 0; s = pool_.NextInOrder(s)) {
+      const EMPLOYEE_DYNAMIC_INFO& e = pool_.at(s);
+      if (e.state == kUnsavedState) continue;
+      char record[kRecordSize];
+      char* p = record;
+      CData_Stream_LE::PutUint32(p, e.ip);
+      CData_Stream_LE::PutBytes(p, e.mac, 6);
+      CData_Stream_LE::PutUint32(p, e.auth_time);
+      CData_Stream_LE::PutUint64(p, e.did);
+      CData_Stream_LE::PutInt32(p, e.state);
+      CData_Stream_LE::PutUint32(p, e.refresh_time);
+      bytes.append(record, kRecordSize);
+      ++count;
+    }
+    char* p = &bytes[0];
+    CData_Stream_LE::PutUint32(p, kFileFormat);
+    CData_Stream_LE::PutUint32(p, last_saved_tick_);
+    CData_Stream_LE::PutInt32(p, count);
+    return true;
+  });
+  if (!built) return 0;
 
-  FILE* file = fopen(new_path, "wb");
-  if (file == nullptr) return 0;
-  bool written = WriteAndSync(file, bytes.data(), bytes.size());
-  written = fclose(file) == 0 && written;
-  // A new file that did not reach the disk whole must not replace the
-  // main file.
-  if (!written) return 0;
-  return Orva::CopyFileOverwrite(new_path, main_path) ? 1 : 0;
+  // Each file is replaced atomically, and the main file only once the new
+  // file is complete on the disk; the main file then gets the same bytes.
+  if (!Orva::WriteFileAtomic(new_path, bytes.data(), bytes.size())) return 0;
+  return Orva::WriteFileAtomic(main_path, bytes.data(), bytes.size()) ? 1 : 0;
 }
 
 int CMyEmployeeDynamicInfoMgr::Load_bin(const char* dir) {
@@ -477,7 +474,7 @@ int CMyEmployeeDynamicInfoMgr::Inner_Load_bin(const char* path) {
   pool_.Clear();
   UnLock();
   cur_modified_tick_ = GetTickCount();
-  FILE* file = fopen(path, "rb");
+  FILE* file = Orva::OpenRegularFile(path);
   if (file == nullptr) return 0;
   char header[kHeaderSize];
   if (fread(header, 1, kHeaderSize, file) != kHeaderSize) {
@@ -495,6 +492,12 @@ int CMyEmployeeDynamicInfoMgr::Inner_Load_bin(const char* path) {
   }
   head.GetUint32(&tick);
   head.GetInt32(&count);
+  if (count < 0) {
+    // No writer produces a negative count: the header is damaged, and the
+    // caller falls back to the new file.
+    fclose(file);
+    return 0;
+  }
   last_saved_tick_ = tick;
   for (int32_t i = 0; i < count; ++i) {
     char record[kRecordSize];

@@ -154,11 +154,12 @@ class CMyEmployeeDynamicInfoMgr {
                       int touch);
 
   // Reads "auth_center.dat" in `dir`, or "auth_center_new.dat" when that
-  // fails. 1 on success.
+  // fails (missing, not a regular file, another format, or a header that
+  // is unreadable or counts fewer than zero records). 1 on success.
   int Load_bin(const char* dir);
-  // Writes "auth_center_new.dat" in `dir`, flushes it to the disk and
-  // copies it over "auth_center.dat". 1 on success; on failure the main
-  // file is untouched. Does not lock.
+  // Writes "auth_center_new.dat" in `dir`, then "auth_center.dat" with the
+  // same bytes, each replaced atomically (Orva::WriteFileAtomic). 1 on
+  // success; on failure the main file is untouched. Does not lock.
   int Save_bin(const char* dir);
   // 0 when not modified; else marks the table saved, saves, and returns 1.
   int JudgeModifyedToSave(const char* dir);

@@ -1,5 +1,7 @@
 #include "filter/CAuditFilterConfig.h"
 
+#include "base/NoThrow_internal.h"
+
 #include <string.h>
 
 namespace {
@@ -154,21 +156,25 @@ const AppSlot kApps[] = {
 }  // namespace
 
 int CAuditFilterConfig::LoadFromFile(const char* path) {
-  Close();
-  if (path == nullptr || path[0] == '\0') return 0;
-  file_name = path;
-  CTinyXmlEx doc;
-  if (doc.open_for_readonly(path) != 0) return 0;
-  return Load(doc);
+  return quarn_guard::Guarded<int>(0, [&]() -> int {
+    Close();
+    if (path == nullptr || path[0] == '\0') return 0;
+    file_name = path;
+    CTinyXmlEx doc;
+    if (doc.open_for_readonly(path) != 0) return 0;
+    return Load(doc);
+  });
 }
 
 int CAuditFilterConfig::LoadFromMem(const char* text, int length) {
-  Close();
-  if (text == nullptr || length == 0) return 1;
-  if (length < 0) return 0;
-  CTinyXmlEx doc;
-  if (doc.open(text, length) != 0) return 0;
-  return Load(doc);
+  return quarn_guard::Guarded<int>(0, [&]() -> int {
+    Close();
+    if (text == nullptr || length == 0) return 1;
+    if (length < 0) return 0;
+    CTinyXmlEx doc;
+    if (doc.open(text, length) != 0) return 0;
+    return Load(doc);
+  });
 }
 
 int CAuditFilterConfig::Load(CTinyXmlEx& doc) {
@@ -210,20 +216,22 @@ void CAuditFilterConfig::write_black_list(CTinyXmlEx& doc,
 }
 
 int CAuditFilterConfig::SaveToFile(const char* path) {
-  if (path == nullptr || path[0] == '\0') return 0;
-  CTinyXmlEx doc;
-  if (doc.open_ex(path, CTinyXmlEx::OPEN_CREATE_NEW) != 0) return 0;
-  TiXmlNode* root = doc.InsertRootElement(kRootName);
-  if (root == nullptr) return 0;
-  write_white_list(doc, root);
-  write_black_list(doc, root);
-  for (const AppSlot& app : kApps) {
-    TiXmlNode* node = CTinyXmlEx::InsertEndChildElement(root, app.name);
-    (this->*app.member).Save(doc, node);
-  }
-  doc.savefile();
-  doc.close();
-  return 1;
+  return quarn_guard::Guarded<int>(0, [&]() -> int {
+    if (path == nullptr || path[0] == '\0') return 0;
+    CTinyXmlEx doc;
+    if (doc.open_ex(path, CTinyXmlEx::OPEN_CREATE_NEW) != 0) return 0;
+    TiXmlNode* root = doc.InsertRootElement(kRootName);
+    if (root == nullptr) return 0;
+    write_white_list(doc, root);
+    write_black_list(doc, root);
+    for (const AppSlot& app : kApps) {
+      TiXmlNode* node = CTinyXmlEx::InsertEndChildElement(root, app.name);
+      (this->*app.member).Save(doc, node);
+    }
+    doc.savefile();
+    doc.close();
+    return 1;
+  });
 }
 
 int CAuditFilterConfig::SaveToFile() {

@@ -7,6 +7,8 @@
 #include <new>
 
 #include "base/CTinyXmlEx.h"
+#include "base/NoThrow_internal.h"
+#include "base/OrvaFile.h"
 #include "base/OrvaPath.h"
 #include "base/OrvaString.h"
 #include "objects/KeyPieceTable_internal.h"
@@ -179,23 +181,27 @@ void CKeyTypeTable::Rebuild(uint64_t single_count, uint64_t multi_count) {
 }
 
 int CKeyTypeTable::Load_xml(const char* path) {
-  uint64_t singles = 0;
-  uint64_t multis = 0;
-  int result = LoadXml(path, false, &singles, &multis);
-  if (result == 0) return 0;
-  if (singles == 0 && multis == 0) return 1;
-  Rebuild(singles, multis);
-  return LoadXml(path, true, &singles, &multis);
+  return quarn_guard::Guarded<int>(0, [&]() -> int {
+    uint64_t singles = 0;
+    uint64_t multis = 0;
+    int result = LoadXml(path, false, &singles, &multis);
+    if (result == 0) return 0;
+    if (singles == 0 && multis == 0) return 1;
+    Rebuild(singles, multis);
+    return LoadXml(path, true, &singles, &multis);
+  });
 }
 
 int CKeyTypeTable::Load_ini(const char* path) {
-  uint64_t singles = 0;
-  uint64_t multis = 0;
-  int result = LoadIni(path, false, &singles, &multis);
-  if (result == 0) return 0;
-  if (singles == 0 && multis == 0) return 1;
-  Rebuild(singles, multis);
-  return LoadIni(path, true, &singles, &multis);
+  return quarn_guard::Guarded<int>(0, [&]() -> int {
+    uint64_t singles = 0;
+    uint64_t multis = 0;
+    int result = LoadIni(path, false, &singles, &multis);
+    if (result == 0) return 0;
+    if (singles == 0 && multis == 0) return 1;
+    Rebuild(singles, multis);
+    return LoadIni(path, true, &singles, &multis);
+  });
 }
 
 int CKeyTypeTable::LoadXml(const char* path, bool add, uint64_t* single_count,
@@ -242,7 +248,7 @@ int CKeyTypeTable::LoadXml(const char* path, bool add, uint64_t* single_count,
 int CKeyTypeTable::LoadIni(const char* path, bool add, uint64_t* single_count,
                            uint64_t* multi_count) {
   if (path == nullptr || *path == '\0') return 0;
-  FILE* file = fopen(path, "rb");
+  FILE* file = Orva::OpenRegularFile(path);
   if (file == nullptr) return 0;
   char line[kIniLineBytes];
   while (fgets(line, sizeof(line), file) != nullptr) {

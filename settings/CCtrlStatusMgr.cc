@@ -1,5 +1,7 @@
 #include "settings/CCtrlStatusMgr.h"
 
+#include "base/NoThrow_internal.h"
+
 namespace {
 
 const char kRootName[] = "ctrl_status";
@@ -136,16 +138,18 @@ int CCtrlStatusMgr::IsPassDataToAudit(
 }
 
 int CCtrlStatusMgr::WriteCtrlStatus(const char* key, int value) {
-  if (key == nullptr || *key == '\0' || m_file_path.empty()) return 0;
-  CTinyXmlEx doc;
-  if (doc.open_ex(m_file_path.c_str(), CTinyXmlEx::OPEN_FOR_CHANGE) != 0) {
-    return 0;
-  }
-  TiXmlNode* root = doc.GetOrCreateRootElement(kRootName);
-  if (root == nullptr || !CTinyXmlEx::SetValueLikeIni(root, key, value)) {
-    return 0;
-  }
-  return doc.savefile() == 0 ? 1 : 0;
+  return quarn_guard::Guarded<int>(0, [&]() -> int {
+    if (key == nullptr || *key == '\0' || m_file_path.empty()) return 0;
+    CTinyXmlEx doc;
+    if (doc.open_ex(m_file_path.c_str(), CTinyXmlEx::OPEN_FOR_CHANGE) != 0) {
+      return 0;
+    }
+    TiXmlNode* root = doc.GetOrCreateRootElement(kRootName);
+    if (root == nullptr || !CTinyXmlEx::SetValueLikeIni(root, key, value)) {
+      return 0;
+    }
+    return doc.savefile() == 0 ? 1 : 0;
+  });
 }
 
 int CCtrlStatusMgr::LoadConfig(CTinyXmlEx& doc) {

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "base/CBaseXMLConfig.h"
+#include "base/NoThrow_internal.h"
 #include "base/OrvaMem.h"
 #include "url/URLText_internal.h"
 
@@ -79,36 +80,40 @@ void CURL_Type_Finder_Ex::close() {
 
 void CURL_Type_Finder_Ex::LoadURLDB(const char* sys_path, const char* user_path,
                                     int user_load) {
-  if (m_sys_finder) m_sys_finder->Build(m_sys_sizes);
-  if (m_user_finder) m_user_finder->Build(m_user_sizes);
-  if (sys_path != nullptr) {
-    m_sys_names.SetDBType(kSystemDB);
-    if (strstr(sys_path, ".dat") != nullptr) {
-      m_sys_names.LoadFromCryDataFile(sys_path);
-      LoadSysURLDB_DataFile(sys_path);
-    } else {
-      m_sys_names.LoadFromFile(sys_path);
-      LoadSysURLDB_XmlFile(sys_path);
+  // Out of memory, the finders keep what they had read by then.
+  quarn_guard::Guarded(false, [&]() {
+    if (m_sys_finder) m_sys_finder->Build(m_sys_sizes);
+    if (m_user_finder) m_user_finder->Build(m_user_sizes);
+    if (sys_path != nullptr) {
+      m_sys_names.SetDBType(kSystemDB);
+      if (strstr(sys_path, ".dat") != nullptr) {
+        m_sys_names.LoadFromCryDataFile(sys_path);
+        LoadSysURLDB_DataFile(sys_path);
+      } else {
+        m_sys_names.LoadFromFile(sys_path);
+        LoadSysURLDB_XmlFile(sys_path);
+      }
     }
-  }
-  if (user_path != nullptr) {
-    m_user_names.SetDBType(kUserDB);
-    m_user_names.LoadFromFile(user_path);
-    LoadUserURLDB(user_path, user_load);
-  }
+    if (user_path != nullptr) {
+      m_user_names.SetDBType(kUserDB);
+      m_user_names.LoadFromFile(user_path);
+      LoadUserURLDB(user_path, user_load);
+    }
+    return true;
+  });
 }
 
 void CURL_Type_Finder_Ex::ReLoadUserURLDB(const char* user_path,
                                           int user_load) {
-  try {
+  quarn_guard::Guarded(false, [&]() {
     if (m_user_finder) m_user_finder->Build(m_user_sizes);
     if (user_path != nullptr) {
       m_user_names.SetDBType(kUserDB);
       m_user_names.LoadFromFile(user_path);
       LoadUserURLDB(user_path, user_load);
     }
-  } catch (const std::exception&) {
-  }
+    return true;
+  });
 }
 
 void CURL_Type_Finder_Ex::LoadSysURLDB_XmlFile(const char* path) {
