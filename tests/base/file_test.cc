@@ -1,3 +1,5 @@
+#include <errno.h>
+#include <stdio.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -44,6 +46,53 @@ TEST(OrvaFileTest, WriteReadAndCopyOver) {
   EXPECT_EQ("", read);
   unlink(src.c_str());
   unlink(dst.c_str());
+}
+
+}  // namespace
+
+namespace {
+
+TEST(OrvaFileTest, ReplacingKeepsModeAndFollowsSymbolicLinks) {
+  std::string real = TempPath("orva_real.conf");
+  std::string link = TempPath("orva_link.conf");
+  unlink(link.c_str());
+  ASSERT_TRUE(Orva::WriteFileAtomic(real.c_str(), "one", 3));
+  ASSERT_EQ(0, chmod(real.c_str(), 0640));
+  ASSERT_EQ(0, symlink("orva_real.conf", link.c_str()));  // relative
+
+  ASSERT_TRUE(Orva::WriteFileAtomic(link.c_str(), "two", 3));
+  struct stat st;
+  ASSERT_EQ(0, lstat(link.c_str(), &st));
+  EXPECT_TRUE(S_ISLNK(st.st_mode));  // the link stays a link
+  ASSERT_EQ(0, stat(real.c_str(), &st));
+  EXPECT_EQ(0640u, st.st_mode & 07777);  // the file keeps its mode
+  std::string read;
+  ASSERT_TRUE(Orva::ReadFileToString(real.c_str(), &read));
+  EXPECT_EQ("two", read);
+  unlink(link.c_str());
+  unlink(real.c_str());
+}
+
+TEST(OrvaFileTest, ReadsOnlyRegularFilesWithinTheLimit) {
+  std::string path = TempPath("orva_limit.dat");
+  ASSERT_TRUE(Orva::WriteFileAtomic(path.c_str(), "0123456789", 10));
+  std::string read = "kept";
+  EXPECT_FALSE(Orva::ReadFileToString(path.c_str(), &read, 9));
+  EXPECT_EQ(EFBIG, errno);
+  EXPECT_TRUE(Orva::ReadFileToString(path.c_str(), &read, 10));
+  EXPECT_EQ("0123456789", read);
+
+  read = "kept";
+  EXPECT_FALSE(Orva::ReadFileToString(QUARN_TEST_TMP_DIR, &read));
+  EXPECT_EQ(EISDIR, errno);
+  EXPECT_FALSE(Orva::ReadFileToString("/dev/null", &read));
+  EXPECT_EQ(EINVAL, errno);
+  EXPECT_EQ("kept", read);
+  EXPECT_EQ(nullptr, Orva::OpenRegularFile(QUARN_TEST_TMP_DIR));
+  FILE* file = Orva::OpenRegularFile(path.c_str(), 10);
+  ASSERT_NE(nullptr, file);
+  fclose(file);
+  unlink(path.c_str());
 }
 
 }  // namespace

@@ -222,6 +222,7 @@ TEST(DynamicInfo, LoadFallsBackToTheNewFile) {
       File(9, 1, 3, Record(0x0B000001, kMacA, 1, 1, 1, 0)),  // records missing
       std::string(),                                         // empty
       std::string(100, '\xEE'),                              // garbage
+      File(9, 1, -1, ""),                                    // count < 0
   };
   for (const std::string& main : broken) {
     quarn_test::WriteFile(MainFile(dir), main);
