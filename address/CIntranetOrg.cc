@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "address/OrgNames_internal.h"
+#include "base/NoThrow_internal.h"
 
 CIntranetOrg::CIntranetOrg(int net_area_id)
     : id_(static_cast<uint32_t>(net_area_id)), net_area_id_(net_area_id) {}
@@ -16,7 +17,7 @@ CIntranetOrg::CIntranetOrg(const CIntranetOrg& other)
       net_area_id_(other.net_area_id_) {
   departments_.reserve(other.departments_.size());
   for (const auto& dep : other.departments_) {
-    departments_.emplace_back(new tagDEPARTMENT_ITEM(*dep));
+    departments_.push_back(std::make_unique<tagDEPARTMENT_ITEM>(*dep));
   }
 }
 
@@ -125,8 +126,12 @@ CIntranetOrg::tagDEPARTMENT_ITEM* CIntranetOrg::AddDepartment(
          !COrgStructInfo::IsPlaceholderId((*pos)->id)) {
     ++pos;
   }
-  pos = departments_.emplace(pos, new tagDEPARTMENT_ITEM(item));
-  return pos->get();
+  // The copy is owned before the list grows, so running out of memory
+  // loses nothing and adds nothing.
+  return quarn_guard::Guarded<tagDEPARTMENT_ITEM*>(nullptr, [&] {
+    auto copy = std::make_unique<tagDEPARTMENT_ITEM>(item);
+    return departments_.insert(pos, std::move(copy))->get();
+  });
 }
 
 int CIntranetOrg::DeleteDeparment(uint32_t id) {
@@ -183,7 +188,7 @@ int CIntranetOrg::IndexOf(const tagDEPARTMENT_ITEM* item) const {
 }
 
 int CIntranetOrg::MoveUp(const tagDEPARTMENT_ITEM* item,
-                         const tagDEPARTMENT_ITEM** swapped) {
+                         tagDEPARTMENT_ITEM** swapped) {
   const int index = IndexOf(item);
   if (index <= 0) return 0;
   std::swap(departments_[index], departments_[index - 1]);
@@ -192,7 +197,7 @@ int CIntranetOrg::MoveUp(const tagDEPARTMENT_ITEM* item,
 }
 
 int CIntranetOrg::MoveDown(const tagDEPARTMENT_ITEM* item,
-                           const tagDEPARTMENT_ITEM** swapped) {
+                           tagDEPARTMENT_ITEM** swapped) {
   const int index = IndexOf(item);
   if (index < 0 || static_cast<size_t>(index) + 1 >= departments_.size())
     return 0;

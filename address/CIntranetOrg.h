@@ -69,7 +69,8 @@ class CIntranetOrg {
 
   // Adds a copy of `item` before the placeholders (ids 25 and 27), or at
   // the end when there are none. A disabled department (status 0) is not
-  // added. Returns the stored copy, or null when nothing was added.
+  // added. Returns the stored copy, or null when nothing was added (also
+  // when memory runs out).
   tagDEPARTMENT_ITEM* AddDepartment(const tagDEPARTMENT_ITEM& item);
   // Removes and frees the first department with id `id`. 1 when found.
   int DeleteDeparment(uint32_t id);
@@ -89,15 +90,16 @@ class CIntranetOrg {
   unsigned int IsNewAddrValid(const std::vector<IP_RANGE_PAIR>& ranges,
                               uint32_t dep_id) const;
 
-  // Swaps `item` with the department before it. Returns 0 when `item` is
-  // not held or already first; else 1, with the other department stored
-  // in `*swapped` when given.
+  // Swaps `item` (found by address) with the department before it.
+  // Returns 0 when `item` is not held or already first; else 1, with the
+  // other department, still owned by the class, stored in `*swapped` when
+  // `swapped` is not null.
   int MoveUp(const tagDEPARTMENT_ITEM* item,
-             const tagDEPARTMENT_ITEM** swapped = nullptr);
+             tagDEPARTMENT_ITEM** swapped = nullptr);
   // Swaps `item` with the department after it; 0 when `item` is not held,
-  // last, or followed by a placeholder.
+  // last, or followed by a placeholder. `*swapped` as for MoveUp.
   int MoveDown(const tagDEPARTMENT_ITEM* item,
-               const tagDEPARTMENT_ITEM** swapped = nullptr);
+               tagDEPARTMENT_ITEM** swapped = nullptr);
 
  private:
   // Index of `item` in departments_, or -1.

@@ -1,8 +1,10 @@
 #include "address/CLocalIPTypeTable.h"
 
 #include <algorithm>
+#include <vector>
 
 #include "address/OrgNames_internal.h"
+#include "base/NoThrow_internal.h"
 #include "base/OrvaText.h"
 #include "base/OrvaTime.h"
 
@@ -78,20 +80,24 @@ void CLocalIPTypeTable::close() {
 // ---------------------------------------------------------------- loading
 
 int CLocalIPTypeTable::LoadFromFile(const char* path) {
-  close();
-  if (path == nullptr || path[0] == '\0') return 0;
-  CTinyXmlEx doc;
-  if (doc.open_for_readonly(path) != 0) return 0;
-  return LoadDocument(doc);
+  return quarn_guard::Guarded(0, [&] {
+    close();
+    if (path == nullptr || path[0] == '\0') return 0;
+    CTinyXmlEx doc;
+    if (doc.open_for_readonly(path) != 0) return 0;
+    return LoadDocument(doc);
+  });
 }
 
 int CLocalIPTypeTable::LoadFromMem(const char* text, int length) {
-  close();
-  if (text == nullptr || length == 0) return 1;
-  if (length < 0) return 0;
-  CTinyXmlEx doc;
-  if (doc.open(text, length) != 0) return 0;
-  return LoadDocument(doc);
+  return quarn_guard::Guarded(0, [&] {
+    close();
+    if (text == nullptr || length == 0) return 1;
+    if (length < 0) return 0;
+    CTinyXmlEx doc;
+    if (doc.open(text, length) != 0) return 0;
+    return LoadDocument(doc);
+  });
 }
 
 int CLocalIPTypeTable::LoadDocument(CTinyXmlEx& doc) {
@@ -108,12 +114,14 @@ int CLocalIPTypeTable::LoadDocument(CTinyXmlEx& doc) {
 }
 
 int CLocalIPTypeTable::Load(CTinyXmlEx& doc, TiXmlNode* org_info) {
-  close();
-  netenv_.LoadFromFile(doc, org_info);
-  TiXmlNode* company = CTinyXmlEx::FirstChildElement(org_info, "company");
-  if (company == nullptr) return 0;
-  LoadCompany(company);
-  return 1;
+  return quarn_guard::Guarded(0, [&] {
+    close();
+    netenv_.LoadFromFile(doc, org_info);
+    TiXmlNode* company = CTinyXmlEx::FirstChildElement(org_info, "company");
+    if (company == nullptr) return 0;
+    LoadCompany(company);
+    return 1;
+  });
 }
 
 void CLocalIPTypeTable::LoadCompany(TiXmlNode* company) {
@@ -207,29 +215,33 @@ void CLocalIPTypeTable::LoadDepartment(TiXmlNode* node) {
 // ----------------------------------------------------------------- saving
 
 int CLocalIPTypeTable::SaveToFile(const char* path) const {
-  if (path == nullptr || path[0] == '\0') return 0;
-  CTinyXmlEx doc;
-  if (doc.open_ex(path, CTinyXmlEx::OPEN_CREATE_NEW) != 0) return 0;
-  TiXmlNode* root = doc.InsertRootElement(kRootName);
-  TiXmlNode* org_info = CTinyXmlEx::InsertEndChildElement(root, kOrgInfo);
-  if (org_info == nullptr || !Save(doc, org_info)) return 0;
-  TiXmlNode* ip_manager = CTinyXmlEx::InsertEndChildElement(root, kIpManager);
-  if (ip_manager == nullptr) return 0;
-  CTinyXmlEx::SetAttr(ip_manager, "log_ip_change",
-                      static_cast<int>(log_ip_change));
-  CTinyXmlEx::SetAttr(ip_manager, "permit_ip_select",
-                      static_cast<int>(permit_ip_select));
-  CTinyXmlEx::SetAttr(ip_manager, "permit_macip_bind",
-                      static_cast<int>(permit_macip_bind));
-  const int written = doc.savefile(path) == 0 ? 1 : 0;
-  doc.close();
-  return written;
+  return quarn_guard::Guarded(0, [&] {
+    if (path == nullptr || path[0] == '\0') return 0;
+    CTinyXmlEx doc;
+    if (doc.open_ex(path, CTinyXmlEx::OPEN_CREATE_NEW) != 0) return 0;
+    TiXmlNode* root = doc.InsertRootElement(kRootName);
+    TiXmlNode* org_info = CTinyXmlEx::InsertEndChildElement(root, kOrgInfo);
+    if (org_info == nullptr || !Save(doc, org_info)) return 0;
+    TiXmlNode* ip_manager = CTinyXmlEx::InsertEndChildElement(root, kIpManager);
+    if (ip_manager == nullptr) return 0;
+    CTinyXmlEx::SetAttr(ip_manager, "log_ip_change",
+                        static_cast<int>(log_ip_change));
+    CTinyXmlEx::SetAttr(ip_manager, "permit_ip_select",
+                        static_cast<int>(permit_ip_select));
+    CTinyXmlEx::SetAttr(ip_manager, "permit_macip_bind",
+                        static_cast<int>(permit_macip_bind));
+    const int written = doc.savefile(path) == 0 ? 1 : 0;
+    doc.close();
+    return written;
+  });
 }
 
 int CLocalIPTypeTable::Save(CTinyXmlEx& doc, TiXmlNode* org_info) const {
-  if (!netenv_.SaveToFile(doc, org_info)) return 0;
-  TiXmlNode* company = CTinyXmlEx::InsertEndChildElement(org_info, "company");
-  return company != nullptr && SaveCompany(company) ? 1 : 0;
+  return quarn_guard::Guarded(0, [&] {
+    if (!netenv_.SaveToFile(doc, org_info)) return 0;
+    TiXmlNode* company = CTinyXmlEx::InsertEndChildElement(org_info, "company");
+    return company != nullptr && SaveCompany(company) ? 1 : 0;
+  });
 }
 
 int CLocalIPTypeTable::SaveCompany(TiXmlNode* company) const {
@@ -256,35 +268,51 @@ int CLocalIPTypeTable::SaveCompany(TiXmlNode* company) const {
 }
 
 int CLocalIPTypeTable::SaveDepartments(TiXmlNode* department) const {
-  for (const auto& dep : intranet_.departments()) {
+  // Loading puts each department before the placeholders and each
+  // placeholder before those read earlier. So the departments are written
+  // in list order and the placeholders last to first: the file then reads
+  // back as the same list, even with ids that repeat.
+  std::vector<const tagDEPARTMENT_ITEM*> order;
+  const CIntranetOrg::DepartmentList& list = intranet_.departments();
+  for (const auto& dep : list) {
+    if (!COrgStructInfo::IsPlaceholderId(dep->id)) order.push_back(dep.get());
+  }
+  for (auto it = list.rbegin(); it != list.rend(); ++it) {
+    if (COrgStructInfo::IsPlaceholderId((*it)->id)) order.push_back(it->get());
+  }
+  for (const tagDEPARTMENT_ITEM* dep : order) {
     if (IsUnwrittenDepartmentId(dep->id)) continue;
     TiXmlNode* node =
         CTinyXmlEx::InsertEndChildElement(department, "sub_department");
     if (node == nullptr) return 0;
-    CTinyXmlEx::SetAttr(node, "id", static_cast<unsigned int>(dep->id));
-    CTinyXmlEx::SetAttr(node, "name", dep->name);
-    CTinyXmlEx::SetAttr(node, "status", static_cast<int>(dep->status));
-    CTinyXmlEx::SetAttr(node, "desc", dep->desc);
-    CTinyXmlEx::SetAttr(node, "mgr", dep->mgr);
-    CTinyXmlEx::SetAttr(node, "mail", dep->mail);
-    CTinyXmlEx::SetAttr(node, "tel", dep->tel);
-    CTinyXmlEx::SetAttr(node, "bipselected",
-                        static_cast<int>(dep->bIPSelected));
-    CTinyXmlEx::SetAttr(
-        node, "updatetime",
-        Orva::FormatTime(Orva::kTimeFormatDateTime, dep->updatetime, 0));
-    if (dep->type == COrgStructInfo::DEP_TYPE_IPRANGE) {
-      CTinyXmlEx::SetAttr(node, "type", "iprange");
-      CTinyXmlEx::SetValue_HostOrderIPRangeVector(node, dep->ranges, kIpRange);
-    } else if (dep->type == COrgStructInfo::DEP_TYPE_IPSET) {
-      CTinyXmlEx::SetAttr(node, "type", "ipset");
-      for (uint32_t ip : dep->ipset) {
-        CTinyXmlEx::SetValue_HostOrderIP(
-            CTinyXmlEx::InsertEndChildElement(node, "ip"), ip);
-      }
-    }
+    SaveDepartment(node, *dep);
   }
   return 1;
+}
+
+void CLocalIPTypeTable::SaveDepartment(TiXmlNode* node,
+                                       const tagDEPARTMENT_ITEM& dep) {
+  CTinyXmlEx::SetAttr(node, "id", static_cast<unsigned int>(dep.id));
+  CTinyXmlEx::SetAttr(node, "name", dep.name);
+  CTinyXmlEx::SetAttr(node, "status", static_cast<int>(dep.status));
+  CTinyXmlEx::SetAttr(node, "desc", dep.desc);
+  CTinyXmlEx::SetAttr(node, "mgr", dep.mgr);
+  CTinyXmlEx::SetAttr(node, "mail", dep.mail);
+  CTinyXmlEx::SetAttr(node, "tel", dep.tel);
+  CTinyXmlEx::SetAttr(node, "bipselected", static_cast<int>(dep.bIPSelected));
+  CTinyXmlEx::SetAttr(
+      node, "updatetime",
+      Orva::FormatTime(Orva::kTimeFormatDateTime, dep.updatetime, 0));
+  if (dep.type == COrgStructInfo::DEP_TYPE_IPRANGE) {
+    CTinyXmlEx::SetAttr(node, "type", "iprange");
+    CTinyXmlEx::SetValue_HostOrderIPRangeVector(node, dep.ranges, kIpRange);
+  } else if (dep.type == COrgStructInfo::DEP_TYPE_IPSET) {
+    CTinyXmlEx::SetAttr(node, "type", "ipset");
+    for (uint32_t ip : dep.ipset) {
+      CTinyXmlEx::SetValue_HostOrderIP(
+          CTinyXmlEx::InsertEndChildElement(node, "ip"), ip);
+    }
+  }
 }
 
 // ---------------------------------------------------------------- queries

@@ -52,14 +52,23 @@ class CLocalIPTypeTable {
     return !(*this == other);
   }
 
+  // Loads and saves never throw: running out of memory is a failure (0).
+  //
   // Loads the plan from the file at `path`, starting from close(). 1 on
   // success; 0 for an empty path, a document that does not parse, or one
   // without "org_info" or "company" (what was read before stays).
   int LoadFromFile(const char* path);
   // The same from `length` bytes at `text`. A null buffer or a length of 0
-  // leaves the defaults and succeeds; a negative length fails.
+  // leaves the defaults and succeeds; a negative length fails. (Saved and
+  // loaded again, such an empty plan gains the default private networks as
+  // intranet ranges and the placeholder 25, as any file read does.)
   int LoadFromMem(const char* text, int length);
   // Writes the whole plan as a new document at `path`. 1 on success.
+  // Loading the file gives back an equal plan, department order and
+  // repeated ids included, except for what loading itself supplies or
+  // moves: the private networks for an empty intranet range list, the
+  // placeholder 25 when there is none, placeholders moved above a
+  // department (read back last); department 27 is not written.
   int SaveToFile(const char* path) const;
   // Reads the network environment and the company below `org_info`,
   // starting from close(). 0 when there is no "company" element.
@@ -133,6 +142,7 @@ class CLocalIPTypeTable {
   void LoadDepartment(TiXmlNode* node);
   int SaveCompany(TiXmlNode* company) const;
   int SaveDepartments(TiXmlNode* department) const;
+  static void SaveDepartment(TiXmlNode* node, const tagDEPARTMENT_ITEM& dep);
 
   CIntranetOrg intranet_;
   CIntranetOrg server_;

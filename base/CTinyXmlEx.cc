@@ -108,17 +108,41 @@ void NormalizeLineEnds(std::string* text) {
   text->swap(out);
 }
 
+// A stdio stream into a growing memory buffer, released however the
+// writing ends (TinyXML's printing may throw std::bad_alloc).
+class MemoryStream {
+ public:
+  MemoryStream() : buffer_(nullptr), size_(0) {
+    stream_ = open_memstream(&buffer_, &size_);
+  }
+  ~MemoryStream() {
+    if (stream_ != nullptr) fclose(stream_);
+    free(buffer_);
+  }
+  MemoryStream(const MemoryStream&) = delete;
+  MemoryStream& operator=(const MemoryStream&) = delete;
+
+  FILE* stream() const { return stream_; }
+  // Closes the stream; then the buffer holds everything written.
+  bool Finish(std::string* text) {
+    bool ok = fclose(stream_) == 0;
+    stream_ = nullptr;
+    if (ok) text->assign(buffer_, size_);
+    return ok;
+  }
+
+ private:
+  char* buffer_;
+  size_t size_;
+  FILE* stream_;
+};
+
 // The document as TinyXML writes it to a file, byte for byte.
 bool Render(const TiXmlDocument& doc, std::string* text) {
-  char* buffer = nullptr;
-  size_t size = 0;
-  FILE* stream = open_memstream(&buffer, &size);
-  if (stream == nullptr) return false;
-  bool ok = doc.SaveFile(stream);
-  ok = fclose(stream) == 0 && ok;
-  if (ok) text->assign(buffer, size);
-  free(buffer);
-  return ok;
+  MemoryStream memory;
+  if (memory.stream() == nullptr) return false;
+  bool ok = doc.SaveFile(memory.stream());
+  return memory.Finish(text) && ok;
 }
 
 TiXmlNode* FindOrAddChild(TiXmlNode* node, const char* key) {

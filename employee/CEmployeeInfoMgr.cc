@@ -2,7 +2,12 @@
 
 #include <string.h>
 
+#include <utility>
+
+#include <ace/Guard_T.h>
+
 #include "address/CLocalIPTypeTable.h"
+#include "base/NoThrow_internal.h"
 #include "base/OrvaAddr.h"
 #include "base/OrvaText.h"
 #include "base/OrvaTime.h"
@@ -73,21 +78,29 @@ void CEmployeeInfoMgr::Clear() {
 }
 
 void CEmployeeInfoMgr::EanbelMacFinder(int on) {
-  int want = on != 0 ? 1 : 0;
+  const int want = on != 0 ? 1 : 0;
   if (want == mac_finder_) return;
-  Lock();
-  std::vector<EMPLOYEE_INFO> records;
-  records.reserve(pool_.used_count());
-  for (int s = pool_.Head(); s >= 0; s = pool_.NextInOrder(s)) {
-    records.push_back(pool_.at(s));
+  ACE_Guard<ACE_Recursive_Thread_Mutex> guard(mutex_);
+  if (!pool_.created()) {
+    mac_finder_ = want;  // Create() will build the indexes
+    return;
   }
-  if (Create(plan_, pool_.capacity(), want)) {
-    for (const EMPLOYEE_INFO& rec : records) {
-      EMPLOYEE_INFO* r = InsertEmployee(-1, rec.ip, rec.host_mac, rec.vlan_mac);
-      if (r != nullptr) AssignEmployee(r, rec);
+  // The records go into a new pool first, so a failure leaves the table
+  // as it was.
+  quarn_guard::Guarded(0, [&] {
+    CEmployeeInfoMgr rebuilt;
+    if (!rebuilt.Create(plan_, pool_.capacity(), want)) return 0;
+    for (int s = pool_.Head(); s >= 0; s = pool_.NextInOrder(s)) {
+      const EMPLOYEE_INFO& rec = pool_.at(s);
+      EMPLOYEE_INFO* r =
+          rebuilt.InsertEmployee(-1, rec.ip, rec.host_mac, rec.vlan_mac);
+      if (r != nullptr) rebuilt.AssignEmployee(r, rec);
     }
-  }
-  UnLock();
+    pool_ = std::move(rebuilt.pool_);
+    outside_count_ = rebuilt.outside_count_;
+    mac_finder_ = want;
+    return 1;
+  });
 }
 
 // ---- lookups ----
@@ -166,47 +179,24 @@ EMPLOYEE_INFO* CEmployeeInfoMgr::GetNextBlockFromHead(int& cursor,
   return r;
 }
 
-int CEmployeeInfoMgr::FirstByBuckets(int index, uint32_t from_bucket) const {
-  for (uint32_t b = from_bucket; b < CSlotHashPool<EMPLOYEE_INFO>::kBucketCount;
-       ++b) {
-    int s = pool_.First(index, b);
-    if (s >= 0) return s;
-  }
-  return -1;
-}
-
-int CEmployeeInfoMgr::NextByBuckets(int index, int slot) const {
-  int s = pool_.NextInChain(index, slot);
-  if (s >= 0) return s;
-  return FirstByBuckets(index, (pool_.KeyOf(index, slot) & 0xFFFF) + 1);
-}
-
-int CEmployeeInfoMgr::GetHeadBlockByIP() const {
-  return pool_.created() ? FirstByBuckets(kIpIndex, 0) : -1;
-}
+// Every record is entered in both indexes, so a walk over either index
+// is a walk over all records, and follows the insertion order.
+int CEmployeeInfoMgr::GetHeadBlockByIP() const { return GetHeadBlock(); }
 
 EMPLOYEE_INFO* CEmployeeInfoMgr::GetNextBlockFromHeadByIP(int& cursor) {
-  if (!pool_.InUse(cursor)) {
-    cursor = -1;
-    return nullptr;
-  }
-  EMPLOYEE_INFO* r = &pool_.at(cursor);
-  cursor = NextByBuckets(kIpIndex, cursor);
-  return r;
+  return GetNextBlockFromHead(cursor);
 }
 
 int CEmployeeInfoMgr::GetHeadBlockByMac() const {
-  return pool_.created() && mac_finder_ ? FirstByBuckets(kMacIndex, 0) : -1;
+  return mac_finder_ ? GetHeadBlock() : -1;
 }
 
 EMPLOYEE_INFO* CEmployeeInfoMgr::GetNextBlockFromHeadByMac(int& cursor) {
-  if (!mac_finder_ || !pool_.InUse(cursor)) {
+  if (!mac_finder_) {
     cursor = -1;
     return nullptr;
   }
-  EMPLOYEE_INFO* r = &pool_.at(cursor);
-  cursor = NextByBuckets(kMacIndex, cursor);
-  return r;
+  return GetNextBlockFromHead(cursor);
 }
 
 int CEmployeeInfoMgr::GetHeadBlockByOneIP(unsigned int ip) const {
@@ -788,52 +778,64 @@ void WriteRecord(TiXmlNode* node, const EMPLOYEE_INFO& r) {
 }  // namespace
 
 int CEmployeeInfoMgr::Load(const char* path) {
-  file_name_ = path != nullptr ? path : "";
-  if (file_name_.empty()) return 0;
-  CTinyXmlEx doc;
-  if (doc.open_for_readonly(path) != 0) return 0;
-  TiXmlNode* list =
-      CTinyXmlEx::FirstChildElement(doc.GetRootNode(), kEmployeeInfo);
-  if (list == nullptr) return 0;
-  return Load(doc, list);
+  return quarn_guard::Guarded(0, [&] {
+    file_name_ = path != nullptr ? path : "";
+    if (file_name_.empty()) return 0;
+    CTinyXmlEx doc;
+    if (doc.open_for_readonly(path) != 0) return 0;
+    TiXmlNode* list =
+        CTinyXmlEx::FirstChildElement(doc.GetRootNode(), kEmployeeInfo);
+    if (list == nullptr) return 0;
+    return Load(doc, list);
+  });
 }
 
 int CEmployeeInfoMgr::Load(CTinyXmlEx& /*doc*/, TiXmlNode* node) {
-  Lock();
+  ACE_Guard<ACE_Recursive_Thread_Mutex> guard(mutex_);
   Clear();
-  EMPLOYEE_INFO rec;
-  for (TiXmlNode* one = CTinyXmlEx::FirstChildElement(node, kOneEmployee);
-       one != nullptr;
-       one = CTinyXmlEx::NextSiblingElement(one, kOneEmployee)) {
-    ReadRecord(one, &rec);
-    EMPLOYEE_INFO* r = InsertEmployee(-1, rec.ip, rec.host_mac, rec.vlan_mac);
-    if (r != nullptr) AssignEmployee(r, rec);
-  }
-  UnLock();
-  return node != nullptr ? 1 : 0;
+  // Running out of memory part way keeps the records read so far.
+  return quarn_guard::Guarded(0, [&] {
+    EMPLOYEE_INFO rec;
+    for (TiXmlNode* one = CTinyXmlEx::FirstChildElement(node, kOneEmployee);
+         one != nullptr;
+         one = CTinyXmlEx::NextSiblingElement(one, kOneEmployee)) {
+      ReadRecord(one, &rec);
+      EMPLOYEE_INFO* r = InsertEmployee(-1, rec.ip, rec.host_mac, rec.vlan_mac);
+      if (r != nullptr) AssignEmployee(r, rec);
+    }
+    return node != nullptr ? 1 : 0;
+  });
 }
 
 int CEmployeeInfoMgr::Save(const char* path) {
-  std::string target = path != nullptr && *path != '\0' ? path : file_name_;
-  if (target.empty()) return 0;
-  CTinyXmlEx doc;
-  if (doc.open_ex(target.c_str(), CTinyXmlEx::OPEN_CREATE_NEW) != 0) return 0;
-  TiXmlNode* root = doc.InsertRootElement(kRootName);
-  TiXmlNode* list = CTinyXmlEx::InsertEndChildElement(root, kEmployeeInfo);
-  int ok = list != nullptr && Save(doc, list) != 0 && doc.savefile() == 0;
-  doc.close();
-  return ok ? 1 : 0;
+  return quarn_guard::Guarded(0, [&] {
+    const std::string target =
+        path != nullptr && *path != '\0' ? path : file_name_;
+    if (target.empty()) return 0;
+    CTinyXmlEx doc;
+    if (doc.open_ex(target.c_str(), CTinyXmlEx::OPEN_CREATE_NEW) != 0) {
+      return 0;
+    }
+    TiXmlNode* root = doc.InsertRootElement(kRootName);
+    TiXmlNode* list = CTinyXmlEx::InsertEndChildElement(root, kEmployeeInfo);
+    const int ok =
+        list != nullptr && Save(doc, list) != 0 && doc.savefile() == 0;
+    doc.close();
+    return ok ? 1 : 0;
+  });
 }
 
 int CEmployeeInfoMgr::Save(CTinyXmlEx& /*doc*/, TiXmlNode* node) {
   if (node == nullptr) return 0;
-  Lock();
-  for (int s = pool_.Head(); s >= 0; s = pool_.NextInOrder(s)) {
-    TiXmlNode* one = CTinyXmlEx::InsertEndChildElement(node, kOneEmployee);
-    if (one != nullptr) WriteRecord(one, pool_.at(s));
-  }
-  UnLock();
-  return 1;
+  ACE_Guard<ACE_Recursive_Thread_Mutex> guard(mutex_);
+  return quarn_guard::Guarded(0, [&] {
+    for (int s = pool_.Head(); s >= 0; s = pool_.NextInOrder(s)) {
+      TiXmlNode* one = CTinyXmlEx::InsertEndChildElement(node, kOneEmployee);
+      if (one == nullptr) return 0;
+      WriteRecord(one, pool_.at(s));
+    }
+    return 1;
+  });
 }
 
 int CEmployeeInfoMgr::JudgeModifyedToSave(const char* path) {

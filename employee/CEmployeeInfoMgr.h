@@ -123,6 +123,7 @@ class CEmployeeInfoMgr {
   // Removes every record.
   void Clear();
   // Switches the MAC index on or off, keeping the records (under the lock).
+  // When memory runs out the table stays as it was, switch included.
   void EanbelMacFinder(int on);
   int IfHaveMacFinder() const { return mac_finder_; }
 
@@ -161,8 +162,8 @@ class CEmployeeInfoMgr {
   int GetHeadBlock(unsigned int dep = 0xFFFFFFFFu) const;
   EMPLOYEE_INFO* GetNextBlockFromHead(int& cursor,
                                       unsigned int dep = 0xFFFFFFFFu);
-  // All records, bucket by bucket of the IP index / the MAC index (the MAC
-  // walk is empty when the MAC finder is off).
+  // All records, in insertion order like GetHeadBlock(); each record is in
+  // both indexes. The MAC walk is empty when the MAC finder is off.
   int GetHeadBlockByIP() const;
   EMPLOYEE_INFO* GetNextBlockFromHeadByIP(int& cursor);
   int GetHeadBlockByMac() const;
@@ -269,15 +270,21 @@ class CEmployeeInfoMgr {
                   std::vector<unsigned int>* removed_ips = nullptr,
                   std::vector<uint64_t>* removed_macs = nullptr);
 
+  // Loads and saves never throw: running out of memory is a failure (0),
+  // and the lock is released.
+  //
   // Loads the document at `path` (remembered for Save), replacing the
   // table. 1 on success; 0 when it does not parse or lacks "employee_info".
   int Load(const char* path);
-  // Replaces the table by the "one_employee" elements below `node`.
+  // Replaces the table by the "one_employee" elements below `node` (under
+  // the lock). 0 for a null node; after a failure part way the records read
+  // so far stay.
   int Load(CTinyXmlEx& doc, TiXmlNode* node);
   // Writes the table to `path`, or to the remembered path when `path` is
   // null or empty. 0 when there is no path or writing fails.
   int Save(const char* path = nullptr);
-  // Appends the "one_employee" elements below `node` (under the lock).
+  // Appends the "one_employee" elements below `node` (under the lock). 0
+  // for a null node or when an element cannot be made.
   int Save(CTinyXmlEx& doc, TiXmlNode* node);
   // 0 when not modified; -1 when the save fails; else 1, flag cleared.
   int JudgeModifyedToSave(const char* path);
@@ -303,8 +310,6 @@ class CEmployeeInfoMgr {
   int CountServers(bool active);
   int CountDepList(const std::vector<unsigned int>& deps, bool active);
   std::vector<unsigned int> PlanDepartments(bool with_server_dmz) const;
-  int NextByBuckets(int index, int slot) const;
-  int FirstByBuckets(int index, uint32_t from_bucket) const;
 
   CSlotHashPool<EMPLOYEE_INFO> pool_;
   ACE_Recursive_Thread_Mutex mutex_;

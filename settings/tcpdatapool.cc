@@ -169,11 +169,11 @@ void tcpdatapool::Handle(CDataArray& out, int threshold) {
     int32_t d = SeqDiff(s->seq + s->seq_len, cur);
     if (d < 0) continue;  // a gap after s: it cannot join
     if (d > 0) {
-      // s runs into the segment after it: keep its first bytes. The span
-      // shrinks too, so a later merge does not cut the same bytes again.
+      // s runs into the segment after it: keep its first bytes. Only the
+      // kept length is lowered; the span stays, so a later merge finds the
+      // same overlap and cuts the kept bytes again.
       uint32_t cut = static_cast<uint32_t>(d);
       s->len -= std::min(cut, s->len);
-      s->seq_len -= std::min(cut, s->seq_len);
     }
     Append(out, s);
     cur = s->seq;

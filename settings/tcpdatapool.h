@@ -30,7 +30,7 @@ class tcpdatapool {
   // zero byte.
   struct MEMPOOL {
     uint32_t len;      // payload bytes kept; lowered when overlaps are trimmed
-    uint32_t seq_len;  // span in sequence numbers; lowered with `len`
+    uint32_t seq_len;  // span in sequence numbers, as added; never lowered
     uint32_t seq;      // sequence number of the first byte
     uint32_t reserved;
     unsigned char data[4];  // really `len` bytes and a zero byte
@@ -65,12 +65,18 @@ class tcpdatapool {
 
   // Sorts the segments by sequence, trims overlaps in place and fills `out`
   // with the segments that make up the stream, highest sequence first (walk
-  // it from its end for stream order). With a non-zero `threshold`, when
-  // the pool holds more than `threshold` segments and fewer than 80 % of
-  // them were chosen, `out` gets every segment instead. The pointers in
-  // `out` belong to the pool and stay valid until Close().
+  // it from its end for stream order). A segment whose span runs into the
+  // next chosen one keeps only its first bytes: its `len` is lowered by the
+  // overlap, its `seq_len` is not, so every later call trims it again. With
+  // a non-zero `threshold`, when the pool holds more than `threshold`
+  // segments and fewer than 80 % of them were chosen, `out` gets every
+  // segment instead, with the lengths as trimmed. The pointers in `out`
+  // belong to the pool and stay valid until Close().
   void Handle(CDataArray& out, int threshold);
 
+  // Both merges run Handle(), so each merge sees the lengths the previous
+  // one trimmed: merging twice can give a shorter stream.
+  //
   // Writes the merged stream to `buffer` of `size` bytes: whole segments in
   // sequence order, stopping before the first that does not fit, then a
   // zero byte after the data, or over the last byte when the data fill the

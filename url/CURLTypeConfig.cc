@@ -175,6 +175,11 @@ int CURLTypeConfig::SaveConfig(CTinyXmlEx& doc) {
 }
 
 int CURLTypeConfig::WriteOneDB(CTinyXmlEx& doc, TiXmlNode* root) {
+  // A configuration that holds no database (its kind still -1, as before
+  // any load or after loading a document without one) is written without
+  // one, so it reads back the same: a "url_db" with kind -1 or none reads
+  // as the user database (2).
+  if (m_url_db.url_db_type == -1 && m_url_db.types.empty()) return 1;
   TiXmlNode* db = CTinyXmlEx::InsertEndChildElement(root, "url_db");
   if (db == nullptr) return 0;
   CTinyXmlEx::SetAttr(db, "url_db_type", m_url_db.url_db_type);

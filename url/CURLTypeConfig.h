@@ -16,6 +16,11 @@
 // configuration's category, and categories that share a bit with an
 // earlier one are left out when loading.
 //
+// A configuration without a database kind (-1: nothing loaded, or a
+// document without "url_db") and without categories is saved without
+// "url_db" and reads back unchanged. Categories are always saved inside
+// "url_db", and a kind of -1 there reads back as 2 (the user database).
+//
 // Every load replaces what the object holds. Not thread-safe.
 
 #ifndef QUARN_URL_CURLTYPECONFIG_H_

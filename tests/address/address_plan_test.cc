@@ -14,6 +14,7 @@
 #include "address/CIntranetOrg.h"
 #include "address/CLocalIPTypeTable.h"
 #include "address_test_util.h"
+#include "support/TempDir.h"
 
 namespace {
 
@@ -232,6 +233,77 @@ TEST_F(AddressPlanTest, SaveThenLoadKeepsThePlan) {
   EXPECT_EQ(0, plan_.SaveToFile(""));
 }
 
+// Saves `plan` and loads the file into a fresh table.
+CLocalIPTypeTable SavedAndLoaded(const CLocalIPTypeTable& plan) {
+  const std::string path =
+      quarn_test::MakeTempDir("round_trip") + "/organization.xml";
+  CLocalIPTypeTable back;
+  EXPECT_EQ(1, plan.SaveToFile(path.c_str()));
+  EXPECT_EQ(1, back.LoadFromFile(path.c_str()));
+  return back;
+}
+
+std::vector<std::string> DepNames(const CLocalIPTypeTable& plan) {
+  std::vector<std::string> names;
+  for (const auto& dep : plan.intranet().departments()) {
+    names.push_back(dep->name);
+  }
+  return names;
+}
+
+TEST_F(AddressPlanTest, DepartmentsSharingAnIdKeepTheirOrder) {
+  // Two departments 101 and two placeholders 25, as a hand-edited file may
+  // hold them.
+  const std::string doubled =
+      "<organization><org_info><company><intranet>"
+      "<in_vpn><iprange>10.0.0.0-10.255.255.255</iprange></in_vpn>"
+      "<department>"
+      "<sub_department id='25' name='P1' type='ipset'><ip>10.0.0.1</ip>"
+      "</sub_department>"
+      "<sub_department id='101' name='A' type='ipset'/>"
+      "<sub_department id='25' name='P2' type='ipset'/>"
+      "<sub_department id='101' name='B' type='ipset'/>"
+      "</department></intranet></company></org_info></organization>";
+  CLocalIPTypeTable plan;
+  ASSERT_EQ(1,
+            plan.LoadFromMem(doubled.data(), static_cast<int>(doubled.size())));
+  // Each placeholder read goes before those already there.
+  const std::vector<std::string> order = {"A", "B", "P2", "P1"};
+  ASSERT_EQ(order, DepNames(plan));
+  for (int round = 0; round < 2; ++round) {
+    plan = SavedAndLoaded(plan);
+    EXPECT_EQ(order, DepNames(plan)) << round;
+  }
+
+  // The same holds for the full plan, every field compared.
+  plan_.intranet().AddDepartment(*plan_.FindDepartmentById(25));
+  plan_.intranet().FindDepartmentById(25)->name = "second";
+  const CLocalIPTypeTable back = SavedAndLoaded(plan_);
+  EXPECT_TRUE(back == plan_);
+  EXPECT_TRUE(SavedAndLoaded(back) == plan_);
+}
+
+TEST_F(AddressPlanTest, EmptyPlanGainsTheDefaultsOnItsFirstRoundTrip) {
+  CLocalIPTypeTable plan;
+  ASSERT_EQ(1, plan.LoadFromMem("", 0));
+  EXPECT_TRUE(plan.intranet().ranges().empty());
+  EXPECT_TRUE(plan.intranet().departments().empty());
+
+  // A written plan always has an intranet: read back, its empty range list
+  // stands for the private networks, and the placeholder is added.
+  CLocalIPTypeTable back = SavedAndLoaded(plan);
+  EXPECT_FALSE(back == plan);
+  EXPECT_EQ(plan.private_nets().ranges(), back.intranet().ranges());
+  ASSERT_EQ(1u, back.intranet().departments().size());
+  EXPECT_EQ(kUnclassified, back.intranet().departments()[0]->name);
+  plan.intranet().ranges() = back.intranet().ranges();
+  plan.intranet().AddDepartment(*back.FindDepartmentById(25));
+  EXPECT_TRUE(back == plan);
+
+  // From then on the plan is a fixed point.
+  EXPECT_TRUE(SavedAndLoaded(back) == back);
+}
+
 TEST(IntranetOrg, EditingKeepsPlaceholdersLast) {
   CIntranetOrg org(21);
   org.ranges().push_back(IP_RANGE_PAIR(Ip("10.0.0.0"), Ip("10.0.255.255")));
@@ -253,7 +325,9 @@ TEST(IntranetOrg, EditingKeepsPlaceholdersLast) {
   EXPECT_EQ(101u, org.departments()[0]->id);
   EXPECT_EQ(102u, org.departments()[1]->id);
 
-  const Dep* swapped = nullptr;
+  // A host hands in the address of a plain department pointer and may
+  // edit the department it gets back.
+  Dep* swapped = nullptr;
   EXPECT_EQ(0, org.MoveDown(second, &swapped));  // followed by a placeholder
   EXPECT_EQ(0, org.MoveUp(first, &swapped));     // already first
   EXPECT_EQ(0, org.MoveUp(&item, &swapped));     // not held
@@ -261,8 +335,13 @@ TEST(IntranetOrg, EditingKeepsPlaceholdersLast) {
   EXPECT_EQ(1, org.MoveUp(second, &swapped));
   EXPECT_EQ(first, swapped);
   EXPECT_EQ(second, org.departments()[0].get());
+  swapped->desc = "moved down";
+  EXPECT_EQ("moved down", org.FindDepartmentById(101)->desc);
   EXPECT_EQ(1, org.MoveDown(second, &swapped));
+  EXPECT_EQ(first, swapped);
   EXPECT_EQ(second, org.departments()[1].get());
+  EXPECT_EQ(1, org.MoveUp(second, nullptr));
+  EXPECT_EQ(1, org.MoveDown(second));
 
   CIntranetOrg copy(org);
   EXPECT_TRUE(copy == org);

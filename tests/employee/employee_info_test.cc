@@ -246,27 +246,128 @@ TEST_F(EmployeeInfoTest, AgeingDepartmentsAndCounts) {
   (void)never;
 }
 
+// The running IPs met by one walk over all records.
+std::vector<unsigned int> WalkIps(
+    CEmployeeInfoMgr& mgr, int head,
+    EMPLOYEE_INFO* (CEmployeeInfoMgr::*next)(int&)) {
+  std::vector<unsigned int> ips;
+  for (int c = head; c != -1;) ips.push_back((mgr.*next)(c)->ip);
+  return ips;
+}
+
 TEST_F(EmployeeInfoTest, WalksFollowInsertionOrderAfterReuse) {
   CEmployeeInfoMgr mgr;
-  ASSERT_EQ(1, mgr.Create(&plan_, 3, 0));
-  mgr.InsertEmployee(-1, Ip("10.0.0.1"), nullptr);
-  mgr.InsertEmployee(-1, Ip("10.0.0.2"), nullptr);
-  mgr.InsertEmployee(-1, Ip("10.0.0.3"), nullptr);
-  EXPECT_EQ(nullptr, mgr.InsertEmployee(-1, Ip("10.0.0.4"), nullptr));
-  EXPECT_EQ(1, mgr.DeleteEmployee(Ip("10.0.0.1")));
-  ASSERT_NE(nullptr, mgr.InsertEmployee(-1, Ip("10.0.0.4"), nullptr));
+  ASSERT_EQ(1, mgr.Create(&plan_, 4, 1));
+  // Addresses and MACs whose buckets, and slots after reuse, run against
+  // the order in which the hosts were entered.
+  const unsigned char mac9[6] = {0, 0, 0, 0, 0, 9};
+  const unsigned char mac7[6] = {0, 0, 0, 0, 0, 7};
+  const unsigned char mac3[6] = {0, 0, 0, 0, 0, 3};
+  const unsigned char mac2[6] = {0, 0, 0, 0, 0, 2};
+  mgr.InsertEmployee(-1, Ip("10.0.0.9"), mac9);
+  mgr.InsertEmployee(-1, Ip("10.0.0.7"), mac7);
+  mgr.InsertEmployee(-1, Ip("10.0.0.5"), nullptr);  // MAC key 0
+  mgr.InsertEmployee(-1, Ip("10.0.0.2"), mac2);
+  EXPECT_EQ(nullptr, mgr.InsertEmployee(-1, Ip("10.0.0.3"), mac3));
+  EXPECT_EQ(1, mgr.DeleteEmployee(Ip("10.0.0.9")));
+  ASSERT_NE(nullptr, mgr.InsertEmployee(-1, Ip("10.0.0.3"), mac3));
+  // A record keeps its place when it moves to another address.
+  mgr.ChangeEmployeeIP(mgr.FindByMAC(mac7), Ip("10.0.0.1"));
+
+  const std::vector<unsigned int> expected = {Ip("10.0.0.1"), Ip("10.0.0.5"),
+                                              Ip("10.0.0.2"), Ip("10.0.0.3")};
   std::vector<unsigned int> order;
   for (int c = mgr.GetHeadBlock(); c != -1;) {
     order.push_back(mgr.GetNextBlockFromHead(c)->ip);
   }
-  EXPECT_EQ((std::vector<unsigned int>{Ip("10.0.0.2"), Ip("10.0.0.3"),
-                                       Ip("10.0.0.4")}),
-            order);
-  int by_ip = 0;
-  for (int c = mgr.GetHeadBlockByIP(); c != -1; ++by_ip) {
-    mgr.GetNextBlockFromHeadByIP(c);
+  EXPECT_EQ(expected, order);
+  EXPECT_EQ(expected, WalkIps(mgr, mgr.GetHeadBlockByIP(),
+                              &CEmployeeInfoMgr::GetNextBlockFromHeadByIP));
+  EXPECT_EQ(expected, WalkIps(mgr, mgr.GetHeadBlockByMac(),
+                              &CEmployeeInfoMgr::GetNextBlockFromHeadByMac));
+
+  // Without the MAC index there is nothing to walk by MAC.
+  mgr.EanbelMacFinder(0);
+  EXPECT_EQ(-1, mgr.GetHeadBlockByMac());
+  EXPECT_EQ(expected, WalkIps(mgr, mgr.GetHeadBlockByIP(),
+                              &CEmployeeInfoMgr::GetNextBlockFromHeadByIP));
+}
+
+// Several hosts on one running IP, as a layer-2 network without collision
+// handling leaves them: the per-connection lookup names the one with the
+// latest activity, and on equal times the one met later in the IP's chain
+// (new and moved records go first in it).
+TEST_F(EmployeeInfoTest, LastEmployeeByRunIPIsTheMostRecentlyActive) {
+  plan_.intranet().ranges().push_back({Ip("10.10.0.0"), Ip("10.11.255.255")});
+  plan_.netenv().SetNetEnvLayer(0);
+  plan_.netenv().handle_collision_ip_type = 0;
+  const unsigned int ip = Ip("10.10.5.50");
+  const unsigned int same_bucket = Ip("10.11.5.50");
+  const unsigned char mac_a[6] = {2, 0, 0, 0, 0, 0xA};
+  const unsigned char mac_b[6] = {2, 0, 0, 0, 0, 0xB};
+  const unsigned char mac_c[6] = {2, 0, 0, 0, 0, 0xC};
+  const unsigned char mac_d[6] = {2, 0, 0, 0, 0, 0xD};
+  CEmployeeInfoMgr mgr;
+  ASSERT_EQ(1, mgr.Create(&plan_, 100, plan_.netenv().IsLayer3() ? 0 : 1));
+  EMPLOYEE_INFO* a = mgr.InsertEmployee(200, ip, mac_a);
+  EMPLOYEE_INFO* b = mgr.InsertEmployee(100, ip, mac_b);
+  ASSERT_NE(nullptr, a);
+  ASSERT_NE(nullptr, b);
+  ASSERT_NE(a, b);
+  // The newest record is not the most recently active one.
+  EXPECT_EQ(a, mgr.FindLastEmployeeByRunIP(ip));
+  mgr.InsertEmployee(300, ip, mac_b);
+  EXPECT_EQ(b, mgr.FindLastEmployeeByRunIP(ip));
+  mgr.InsertEmployee(300, ip, mac_a);
+  EXPECT_EQ(a, mgr.FindLastEmployeeByRunIP(ip));  // tie: a entered first
+
+  // A third record makes the chain longer than its bucket keeps; a more
+  // recent host on another address of the same bucket does not count.
+  EMPLOYEE_INFO* c = mgr.InsertEmployee(250, ip, mac_c);
+  EMPLOYEE_INFO* d = mgr.InsertEmployee(900, same_bucket, mac_d);
+  ASSERT_NE(nullptr, c);
+  EXPECT_EQ(a, mgr.FindLastEmployeeByRunIP(ip));
+  EXPECT_EQ(d, mgr.FindLastEmployeeByRunIP(same_bucket));
+  c->last_active_time = 301;
+  EXPECT_EQ(c, mgr.FindLastEmployeeByRunIP(ip));
+  EXPECT_EQ(1, mgr.DeleteEmployee(c));
+  EXPECT_EQ(a, mgr.FindLastEmployeeByRunIP(ip));
+
+  // Moving a away and back puts it first in the chain: the tie now goes
+  // to b.
+  mgr.ChangeEmployeeIP(a, Ip("10.10.5.51"));
+  EXPECT_EQ(b, mgr.FindLastEmployeeByRunIP(ip));
+  EXPECT_EQ(a, mgr.FindLastEmployeeByRunIP(Ip("10.10.5.51")));
+  mgr.ChangeEmployeeIP(a, ip);
+  EXPECT_EQ(b, mgr.FindLastEmployeeByRunIP(ip));
+  a->last_active_time = 299;
+  b->last_active_time = -1;  // before 1970 still counts as a time
+  EXPECT_EQ(a, mgr.FindLastEmployeeByRunIP(ip));
+
+  // With collision handling the earlier holder leaves the address, however
+  // recent it is: it moves to IP 0 (mode 1) or goes (mode 2, unnamed).
+  for (int mode = 1; mode <= 2; ++mode) {
+    plan_.netenv().handle_collision_ip_type = mode;
+    CEmployeeInfoMgr handled;
+    ASSERT_EQ(1, handled.Create(&plan_, 100, 1));
+    EMPLOYEE_INFO* first = handled.InsertEmployee(200, ip, mac_a);
+    EMPLOYEE_INFO* second = handled.InsertEmployee(100, ip, mac_b);
+    EXPECT_EQ(second, handled.FindLastEmployeeByRunIP(ip)) << mode;
+    EXPECT_EQ(mode == 1 ? first : nullptr, handled.FindLastEmployeeByRunIP(0));
   }
-  EXPECT_EQ(3, by_ip);
+
+  // Behind a layer-3 device hosts are told apart by address only: a
+  // second MAC on the address is the same record, stamped with the latest
+  // sighting even when that is older.
+  plan_.netenv().SetNetEnvLayer(1);
+  plan_.netenv().handle_collision_ip_type = 0;
+  CEmployeeInfoMgr layer3;
+  ASSERT_EQ(1, layer3.Create(&plan_, 100, plan_.netenv().IsLayer3() ? 0 : 1));
+  EMPLOYEE_INFO* only = layer3.InsertEmployee(200, ip, mac_a);
+  EXPECT_EQ(only, layer3.InsertEmployee(100, ip, mac_b));
+  EXPECT_EQ(only, layer3.FindLastEmployeeByRunIP(ip));
+  EXPECT_EQ(100, only->last_active_time);
+  EXPECT_EQ(1u, layer3.GetUsedCount());
 }
 
 TEST(EmployeeInfoRecord, NamesSearchAndStream) {

@@ -20,6 +20,7 @@
 #include "faults/fault_subjects.h"
 #include "gtest/gtest.h"
 #include "settings/CCtrlStatusMgr.h"
+#include "support/TempDir.h"
 
 namespace {
 
@@ -77,11 +78,9 @@ std::string InChild(const std::function<std::string()>& body) {
 class FailedSaveTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    mkdir(QUARN_TEST_TMP_DIR, 0755);
-    dir_ = std::string(QUARN_TEST_TMP_DIR) + "/failed_save";
-    system(("chmod -R u+w '" + dir_ + "' 2>/dev/null; rm -rf '" + dir_ + "'")
-               .c_str());
-    ASSERT_EQ(0, mkdir(dir_.c_str(), 0755));
+    // One directory per test: ctest runs the tests of a binary in parallel.
+    dir_ = quarn_test::MakeTempDir(
+        ::testing::UnitTest::GetInstance()->current_test_info()->name());
     // Every target starts as a copy of a real file, larger than the limit
     // below, which a failed save must leave as it is.
     for (const Subject& s : AllSubjects()) {

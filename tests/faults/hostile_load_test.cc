@@ -16,6 +16,7 @@
 #include "gtest/gtest.h"
 #include "objects/CKeyTypeTable.h"
 #include "settings/CCtrlStatusMgr.h"
+#include "support/TempDir.h"
 #include "url/CURL_Type_Finder_Ex.h"
 
 namespace {
@@ -26,10 +27,9 @@ using quarn_faults::ExampleDir;
 class HostileLoadTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    mkdir(QUARN_TEST_TMP_DIR, 0755);
-    dir_ = std::string(QUARN_TEST_TMP_DIR) + "/hostile";
-    system(("rm -rf '" + dir_ + "'").c_str());
-    ASSERT_EQ(0, mkdir(dir_.c_str(), 0755));
+    // One directory per test: ctest runs the tests of a binary in parallel.
+    dir_ = quarn_test::MakeTempDir(
+        ::testing::UnitTest::GetInstance()->current_test_info()->name());
     directory_ = dir_ + "/a_directory.xml";
     ASSERT_EQ(0, mkdir(directory_.c_str(), 0755));
     fifo_ = dir_ + "/a_fifo.xml";

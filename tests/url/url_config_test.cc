@@ -93,6 +93,50 @@ TEST(URLTypeConfigTest, SaveAndLoadKeepEverything) {
   EXPECT_EQ(std::string::npos, text.find("a.example,"));
 }
 
+// Saves `config` and loads the file into a fresh configuration.
+CURLTypeConfig SavedAndLoaded(const CURLTypeConfig& config) {
+  const std::string path = quarn_test::MakeTempDir("urlcfg") + "/user_url.xml";
+  CURLTypeConfig copy(config);  // SaveToFile is not const
+  CURLTypeConfig back;
+  EXPECT_EQ(1, copy.SaveToFile(path.c_str()));
+  EXPECT_EQ(1, back.LoadFromFile(path.c_str()));
+  return back;
+}
+
+TEST(URLTypeConfigTest, ConfigurationWithoutDatabaseSurvivesARoundTrip) {
+  // Fresh, and loaded from a document without "url_db": no database kind
+  // (-1), no categories; the except list alone may hold patterns.
+  CURLTypeConfig fresh;
+  fresh.except_list().items.push_back({"intranet.example", 1});
+  ASSERT_EQ(-1, fresh.url_db().url_db_type);
+  CURLTypeConfig back = SavedAndLoaded(fresh);
+  EXPECT_EQ(-1, back.url_db().url_db_type);
+  EXPECT_TRUE(back == fresh);
+
+  CURLTypeConfig loaded;
+  ASSERT_EQ(1, LoadText(loaded, "<sys_url/>"));
+  EXPECT_TRUE(SavedAndLoaded(loaded) == loaded);
+
+  // A database of either kind, even an empty one, keeps its kind.
+  for (int kind : {0, 2, 7}) {
+    CURLTypeConfig typed;
+    typed.url_db().url_db_type = kind;
+    EXPECT_TRUE(SavedAndLoaded(typed) == typed) << kind;
+  }
+
+  // Categories need a database: given to a configuration without a kind,
+  // they are read back as the user database (2), and that then stays.
+  CURLTypeConfig::tagOne_URL_Type_List games;
+  games.name = "games";
+  games.lotype = 2;
+  games.items.push_back({"play.example", 0});
+  fresh.url_db().types.push_back(games);
+  back = SavedAndLoaded(fresh);
+  EXPECT_EQ(2, back.url_db().url_db_type);
+  EXPECT_TRUE(back.url_db().types == fresh.url_db().types);
+  EXPECT_TRUE(SavedAndLoaded(back) == back);
+}
+
 TEST(URLTypeConfigTest, FindURLHonoursMatchType) {
   std::vector<Item> anywhere = {{"host.example", 0}};
   std::vector<Item> leading = {{"host.example", 1}};
