@@ -221,11 +221,8 @@ int tcpdatapool::Merge(COctets& out, int threshold) {
   CDataArray chosen(kListInitialSize, kListGrowBy);
   Handle(chosen, threshold);
 
-  // The whole length is known, so one allocation does; should it fail, the
-  // appends below still grow the buffer step by step.
-  size_t needed = 0;
-  for (int i = 0; i < chosen.GetSize(); ++i) needed += At(chosen, i)->len;
-  out.Reserve(needed);
+  // Each append that does not fit grows the buffer to twice the length it
+  // needs, so a few appends settle the size.
   for (int i = chosen.GetSize() - 1; i >= 0; --i) {
     const MEMPOOL* s = At(chosen, i);
     if (!out.Append(s->payload(), s->len)) break;

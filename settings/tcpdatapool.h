@@ -85,7 +85,9 @@ class tcpdatapool {
   // or a size below 1.
   int Merge(char* buffer, int size, int threshold);
   // Replaces the content of `out` with the merged stream and returns its
-  // length (0 for an empty pool). No terminating zero is added.
+  // length (0 for an empty pool). `out` is emptied first (its storage
+  // released when it owns it); an append that does not fit grows it to
+  // twice the length needed. No terminating zero is added.
   int Merge(COctets& out, int threshold);
 
   // Frees every segment; the pool is empty afterwards.

@@ -155,6 +155,9 @@ TEST(TcpDataPoolTest, MergeKeepsBufferBoundsAndTerminates) {
   owned.Append("old content", 11);
   EXPECT_EQ(8, pool.Merge(owned, 0));
   EXPECT_EQ("aaaabbbb", std::string(owned.GetData(), owned.GetLength()));
+  // Emptied first, then grown to twice what the first segment needed (4
+  // bytes and the zero), where the second segment still fits.
+  EXPECT_EQ(9u, owned.GetCapacity());
   char storage[32];
   COctets lent;  // lent storage that holds the stream is written into
   lent.Attach(storage, sizeof(storage));
