@@ -1,53 +1,77 @@
 #include "filter/blurstrfind.h"
 
+#include <stdint.h>
 #include <string.h>
 
 #include <new>
 
+#include "filter/blurstrfind_internal.h"
+
+namespace quarn_blur {
+
+uint64_t KeyLookup::Hash(const char* key, int length) {
+  // FNV-1a over the bytes strncmp would compare, then the length.
+  uint64_t hash = 14695981039346656037ull;
+  for (int i = 0; i < length && key[i] != '\0'; ++i) {
+    hash = (hash ^ static_cast<unsigned char>(key[i])) * 1099511628211ull;
+  }
+  hash ^= static_cast<uint32_t>(length);
+  return hash * 0x9E3779B97F4A7C15ull;
+}
+
+BLURSTRNODE* KeyLookup::Find(const char* key, int length) const {
+  if (slots_.empty()) return nullptr;
+  const uint64_t hash = Hash(key, length);
+  const size_t mask = slots_.size() - 1;
+  for (size_t at = hash >> 32 & mask;; at = (at + 1) & mask) {
+    const Slot& slot = slots_[at];
+    if (slot.node == nullptr) return nullptr;
+    if (slot.hash == hash && slot.node->length == length &&
+        strncmp(slot.node->text, key, length) == 0) {
+      return slot.node;
+    }
+  }
+}
+
+bool KeyLookup::Reserve() {
+  if (2 * (used_ + 1) <= slots_.size()) return true;
+  std::vector<Slot> old;
+  try {
+    old.assign(slots_.empty() ? 256 : 2 * slots_.size(), Slot{0, nullptr});
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+  old.swap(slots_);
+  used_ = 0;
+  for (const Slot& slot : old) {
+    if (slot.node != nullptr) Place(slot);
+  }
+  return true;
+}
+
+void KeyLookup::Place(const Slot& slot) {
+  const size_t mask = slots_.size() - 1;
+  size_t at = slot.hash >> 32 & mask;
+  while (slots_[at].node != nullptr) at = (at + 1) & mask;
+  slots_[at] = slot;
+  ++used_;
+}
+
+void KeyLookup::Insert(BLURSTRNODE* node) {
+  Place(Slot{Hash(node->text, node->length), node});
+}
+
+void KeyLookup::Clear() {
+  std::vector<Slot>().swap(slots_);
+  used_ = 0;
+}
+
+}  // namespace quarn_blur
+
 namespace {
 
-// The bucket of a piece or of the text at a position: the first two bytes
-// as a little-endian number, or the single byte of a one-byte piece.
-inline uint32_t TwoByteBucket(const char* p) {
-  return static_cast<unsigned char>(p[0]) |
-         (static_cast<uint32_t>(static_cast<unsigned char>(p[1])) << 8);
-}
-
-inline uint32_t OneByteBucket(const char* p) {
-  return static_cast<unsigned char>(p[0]);
-}
-
-const size_t kPairWords = blurstrfind::BUCKET_COUNT / 64;
-const int kTripleLog2 = 16;
-const int kPrefixLog2 = 20;
-const size_t kTripleWords = (size_t(1) << kTripleLog2) / 64;
-const size_t kPrefixWords = (size_t(1) << kPrefixLog2) / 64;
-
-inline uint32_t Byte(const char* p, int i) {
-  return static_cast<unsigned char>(p[i]);
-}
-
-// Bitmap slots of the first three and the first four bytes at `p`
-// (multiplicative hashing: the high bits of the product).
-inline uint32_t TripleHash(const char* p) {
-  uint32_t key = Byte(p, 0) | (Byte(p, 1) << 8) | (Byte(p, 2) << 16);
-  return (key * 2654435761u) >> (32 - kTripleLog2);
-}
-
-inline uint32_t PrefixHash(const char* p) {
-  uint32_t key =
-      Byte(p, 0) | (Byte(p, 1) << 8) | (Byte(p, 2) << 16) | (Byte(p, 3) << 24);
-  return (key * 2654435761u) >> (32 - kPrefixLog2);
-}
-
-// 1 when bit `i` is set, else 0.
-inline uint64_t TestBit(const uint64_t* bits, uint32_t i) {
-  return (bits[i >> 6] >> (i & 63)) & 1;
-}
-
-inline void SetBit(uint64_t* bits, uint32_t i) {
-  bits[i >> 6] |= uint64_t(1) << (i & 63);
-}
+using quarn_blur::PieceRef;
+using quarn_match::PieceIndex;
 
 char* CopyBytes(const char* bytes, int length) {
   char* copy = new (std::nothrow) char[length + 1];
@@ -93,96 +117,47 @@ void SplitPieces(BLURSTRNODE* key) {
 }  // namespace
 
 blurstrfind::blurstrfind()
-    : buckets(new (std::nothrow) HASHBLURSTRNODE*[BUCKET_COUNT]()),
+    : tables(new (std::nothrow) quarn_blur::Tables),
       keys(nullptr),
       key_count(0),
       states(nullptr),
       state_capacity(0),
+      state_room(0),
       next_index(0),
-      has_single_byte(0),
-      single_bits(),
-      pair_bits(new (std::nothrow) uint64_t[kPairWords]()),
-      triple_bits(new (std::nothrow) uint64_t[kTripleWords]()),
-      prefix_bits(new (std::nothrow) uint64_t[kPrefixWords]()) {
-  if (pair_bits == nullptr || triple_bits == nullptr ||
-      prefix_bits == nullptr) {
-    // Without its bitmaps the object refuses every key.
-    delete[] buckets;
-    buckets = nullptr;
-  }
-}
+      has_single_byte(0) {}
 
 blurstrfind::~blurstrfind() {
   Close();
-  delete[] buckets;
-  delete[] pair_bits;
-  delete[] triple_bits;
-  delete[] prefix_bits;
-}
-
-void blurstrfind::MarkPiece(const HASHBLURSTRNODE* node) {
-  if (node->length == 1) {
-    SetBit(single_bits, OneByteBucket(node->text));
-  } else if (node->length == 2) {
-    SetBit(pair_bits, TwoByteBucket(node->text));
-  } else if (node->length == 3) {
-    SetBit(triple_bits, TripleHash(node->text));
-  } else {
-    SetBit(prefix_bits, PrefixHash(node->text));
-  }
-}
-
-bool blurstrfind::MayStartPiece(const char* at, int remaining) const {
-  if (remaining >= 4) {
-    // Bitwise, not short-circuit: three cheap loads beat two branches.
-    return (TestBit(pair_bits, TwoByteBucket(at)) |
-            TestBit(triple_bits, TripleHash(at)) |
-            TestBit(prefix_bits, PrefixHash(at))) != 0;
-  }
-  return TestBit(pair_bits, TwoByteBucket(at)) != 0 ||
-         (remaining == 3 && TestBit(triple_bits, TripleHash(at)) != 0);
+  delete tables;
 }
 
 void blurstrfind::Close() {
-  if (buckets != nullptr) {
-    for (int b = 0; b < BUCKET_COUNT; ++b) {
-      HASHBLURSTRNODE* node = buckets[b];
-      while (node != nullptr) {
-        HASHBLURSTRNODE* next = node->next;
-        delete[] node->text;
-        delete node;
-        node = next;
-      }
-      buckets[b] = nullptr;
-    }
+  if (tables != nullptr) {
+    tables->index.Clear();
+    std::vector<PieceRef>().swap(tables->refs);
+    tables->keys.Clear();
   }
   while (keys != nullptr) {
     BLURSTRNODE* next = keys->next;
     FreeKey(keys);
     keys = next;
   }
-  if (pair_bits != nullptr) memset(pair_bits, 0, kPairWords * 8);
-  if (triple_bits != nullptr) memset(triple_bits, 0, kTripleWords * 8);
-  if (prefix_bits != nullptr) memset(prefix_bits, 0, kPrefixWords * 8);
-  memset(single_bits, 0, sizeof(single_bits));
   key_count = 0;
   delete[] states;
   states = nullptr;
   state_capacity = 0;
+  state_room = 0;
   next_index = 0;
   has_single_byte = 0;
 }
 
 BLURSTRNODE* blurstrfind::FindKey(const char* key, int length) const {
-  if (key == nullptr) return nullptr;
-  for (BLURSTRNODE* k = keys; k != nullptr; k = k->next) {
-    if (k->length == length && strncmp(k->text, key, length) == 0) return k;
-  }
-  return nullptr;
+  if (key == nullptr || length < 0 || tables == nullptr) return nullptr;
+  return tables->keys.Find(key, length);
 }
 
 int blurstrfind::AddKey(const char* key, int length, int value) {
-  if (buckets == nullptr || length < 0 || (key == nullptr && length > 0)) {
+  if (tables == nullptr || length < 0 || (key == nullptr && length > 0)) {
     return -1;
   }
   if (key == nullptr) key = "";
@@ -195,11 +170,18 @@ int blurstrfind::AddKey(const char* key, int length, int value) {
   if (next_index > state_capacity) return -1;
 
   if (next_index == state_capacity) {
-    uint32_t* grown =
-        new (std::nothrow) uint32_t[state_capacity + STATE_GROWTH]();
-    if (grown == nullptr) return -1;
-    delete[] states;
-    states = grown;
+    // No progress outlives a search, so every entry is zero here and the
+    // grown array need not keep the old one's contents.
+    if (state_capacity + STATE_GROWTH > state_room) {
+      const int32_t room = state_room > (INT32_MAX - STATE_GROWTH) / 2
+                               ? state_capacity + STATE_GROWTH
+                               : 2 * state_room + STATE_GROWTH;
+      uint32_t* grown = new (std::nothrow) uint32_t[room]();
+      if (grown == nullptr) return -1;
+      delete[] states;
+      states = grown;
+      state_room = room;
+    }
     state_capacity += STATE_GROWTH;
   }
 
@@ -218,93 +200,66 @@ int blurstrfind::AddKey(const char* key, int length, int value) {
                         : BLURSTRNODE::TYPE_ANY;
   SplitPieces(k);
 
-  // Build every piece node before linking anything, so that running out of
-  // memory leaves the object as it was.
-  HASHBLURSTRNODE* pieces[BLURSTRNODE::MAX_PIECES] = {};
-  for (int i = 0; i < k->piece_count; ++i) {
-    HASHBLURSTRNODE* node = new (std::nothrow) HASHBLURSTRNODE();
-    char* text = node == nullptr ? nullptr
-                                 : CopyBytes(k->buffer + k->piece_offsets[i],
-                                             k->piece_lengths[i]);
-    if (text == nullptr) {
-      delete node;
-      for (int j = 0; j < i; ++j) {
-        delete[] pieces[j]->text;
-        delete pieces[j];
-      }
+  // Make room for everything before changing anything, so that running
+  // out of memory leaves the object as it was.
+  std::vector<PieceRef>& refs = tables->refs;
+  try {
+    if (refs.capacity() - refs.size() < BLURSTRNODE::MAX_PIECES) {
+      refs.reserve(2 * refs.capacity() + BLURSTRNODE::MAX_PIECES);
+    }
+    if (!tables->index.Reserve(k->piece_count, k->length) ||
+        !tables->keys.Reserve()) {
       FreeKey(k);
       return -1;
     }
-    node->text = text;
-    node->length = static_cast<uint32_t>(k->piece_lengths[i]);
-    node->value = static_cast<uint32_t>(value);
-    node->piece = static_cast<uint32_t>(i);
-    node->key = k;
-    pieces[i] = node;
+  } catch (const std::bad_alloc&) {
+    FreeKey(k);
+    return -1;
   }
 
+  tables->keys.Insert(k);
   k->index = next_index++;
   k->next = keys;
   keys = k;
   ++key_count;
+  const bool always = k->type == BLURSTRNODE::TYPE_ANY || k->piece_count == 1;
   for (int i = 0; i < k->piece_count; ++i) {
-    HASHBLURSTRNODE* node = pieces[i];
-    uint32_t bucket;
-    if (node->length == 1) {
-      bucket = OneByteBucket(node->text);
-      has_single_byte = 1;
-    } else {
-      bucket = TwoByteBucket(node->text);
-    }
-    node->next = buckets[bucket];
-    buckets[bucket] = node;
-    MarkPiece(node);
+    const uint32_t ref = static_cast<uint32_t>(refs.size());
+    refs.push_back(PieceRef{
+        value, k->index, static_cast<uint8_t>(i), static_cast<uint8_t>(k->type),
+        static_cast<uint8_t>(k->piece_count), static_cast<uint8_t>(always)});
+    tables->index.Add(
+        reinterpret_cast<const uint8_t*>(k->buffer + k->piece_offsets[i]),
+        static_cast<uint32_t>(k->piece_lengths[i]), ref);
+    if (k->piece_lengths[i] == 1) has_single_byte = 1;
   }
   return 0;
 }
 
-int blurstrfind::FitClue(HASHBLURSTRNODE* node) {
-  BLURSTRNODE* k = node->key;
-  if (k->type == BLURSTRNODE::TYPE_ANY) return 1;
-  uint32_t& s = states[k->index];
-  if (k->type == BLURSTRNODE::TYPE_ORDERED && node->piece > 0 &&
-      (s & (1u << (node->piece - 1))) == 0) {
+int blurstrfind::FitClue(int32_t type, int32_t piece_count, int32_t state,
+                         uint32_t piece) {
+  if (type == BLURSTRNODE::TYPE_ANY) return 1;
+  uint32_t& s = states[state];
+  if (type == BLURSTRNODE::TYPE_ORDERED && piece > 0 &&
+      (s & (1u << (piece - 1))) == 0) {
     return 0;
   }
-  s |= 1u << node->piece;
-  if (s == (1u << k->piece_count) - 1) {
+  s |= 1u << piece;
+  if (s == (1u << piece_count) - 1) {
     s = 0;
     return 1;
   }
   return 0;
 }
 
-template <typename LengthTest>
-int blurstrfind::ScanBucket(uint32_t bucket, const char* at, int remaining,
-                            LengthTest fits, CDataArray& out,
-                            bool* progressed) {
-  int found = 0;
-  for (HASHBLURSTRNODE* node = buckets[bucket]; node != nullptr;
-       node = node->next) {
-    if (!fits(static_cast<int>(node->length), remaining)) continue;
-    // The bucket already fixed the first two bytes (or the only one); most
-    // candidates differ at the third, so test it before calling memcmp.
-    if (node->length > 2 &&
-        (node->text[2] != at[2] ||
-         memcmp(node->text + 3, at + 3, node->length - 3) != 0)) {
-      continue;
-    }
-    if (node->length <= 2 && memcmp(node->text, at, node->length) != 0) {
-      continue;
-    }
-    if (FitClue(node) == 1) {
-      out.Add(static_cast<uint64_t>(static_cast<int64_t>(node->key->value)));
-      ++found;
-    } else {
-      *progressed = true;
-    }
+int blurstrfind::Offer(uint32_t ref, CDataArray& out, bool* progressed) {
+  const PieceRef& r = tables->refs[ref];
+  if (r.always || FitClue(r.type, r.piece_count, r.state, r.piece) == 1) {
+    out.Add(static_cast<uint64_t>(static_cast<int64_t>(r.value)));
+    return 1;
   }
-  return found;
+  *progressed = true;
+  return 0;
 }
 
 void blurstrfind::ClearProgress() {
@@ -314,47 +269,42 @@ void blurstrfind::ClearProgress() {
 }
 
 int blurstrfind::FindAllEx(const char* text, int length, CDataArray& out) {
-  if (text == nullptr || length < 2 || buckets == nullptr) return 0;
-  // Each piece is tried only through its own bucket kind, so a one-byte
-  // piece is never offered twice at one position (a zero second byte makes
-  // the two look-ups meet in the same bucket).
-  auto long_piece = [](int piece_length, int remaining) {
-    return piece_length >= 2 && piece_length <= remaining;
-  };
-  auto one_byte = [](int piece_length, int) { return piece_length == 1; };
+  if (text == nullptr || length < 2 || tables == nullptr) return 0;
   int found = 0;
   bool progressed = false;
-  for (int p = 0; p + 1 < length; ++p) {
-    const char* at = text + p;
-    const int remaining = length - p;
-    if (MayStartPiece(at, remaining)) {
-      found += ScanBucket(TwoByteBucket(at), at, remaining, long_piece, out,
-                          &progressed);
-    }
-    if (has_single_byte && TestBit(single_bits, OneByteBucket(at)) != 0) {
-      found += ScanBucket(OneByteBucket(at), at, remaining, one_byte, out,
-                          &progressed);
-    }
-  }
+  auto offer = [this, &out, &found, &progressed](uint32_t ref) {
+    found += Offer(ref, out, &progressed);
+    return true;
+  };
+  // At each position the pieces of two bytes or more come first, newest
+  // first, then the one-byte pieces; the last byte starts no match.
+  PieceIndex& index = tables->index;
+  index.Scan(reinterpret_cast<const uint8_t*>(text),
+             static_cast<uint64_t>(length), static_cast<uint64_t>(length - 1),
+             [&index, &offer](uint64_t, PieceIndex::Run* runs, size_t count) {
+               const size_t ones = runs[0].length == 1 ? 1 : 0;
+               if (count > ones)
+                 index.ForEachRef(runs + ones, count - ones, offer);
+               if (ones != 0) index.ForEachRef(runs, 1, offer);
+               return true;
+             });
   if (progressed) ClearProgress();
   return found;
 }
 
 int blurstrfind::FindNumEx(const char* text, int length, CDataArray& out) {
-  if (text == nullptr || length < 1 || buckets == nullptr) return 0;
-  auto whole = [](int piece_length, int remaining) {
-    return piece_length == remaining;
-  };
+  if (text == nullptr || length < 1 || tables == nullptr) return 0;
   int found = 0;
   bool progressed = false;
-  if (length == 1) {
-    if (has_single_byte) {
-      found = ScanBucket(OneByteBucket(text), text, 1, whole, out, &progressed);
-    }
-  } else {
-    found =
-        ScanBucket(TwoByteBucket(text), text, length, whole, out, &progressed);
-  }
+  PieceIndex& index = tables->index;
+  index.Lookup(reinterpret_cast<const uint8_t*>(text),
+               static_cast<uint64_t>(length), true,
+               [&](PieceIndex::Run* runs, size_t count) {
+                 index.ForEachRef(runs, count, [&](uint32_t ref) {
+                   found += Offer(ref, out, &progressed);
+                   return true;
+                 });
+               });
   if (progressed) ClearProgress();
   return found;
 }

@@ -7,9 +7,9 @@
 // added; a search appends the value of every satisfied key to a CDataArray,
 // once per satisfaction, and returns how many values it appended.
 //
-// Pieces are indexed by their first two bytes in a table of 65536 buckets
-// (a one-byte piece by its single byte), so a search costs one bucket
-// look-up per text position, two when one-byte pieces exist. Progress of
+// Pieces live in one byte trie, so a search walks the text once whatever
+// the number of keys, and adding a key costs time in its length only
+// (duplicates are found by hash). Progress of
 // compound keys is kept as one bit per piece in a 32-bit word per key and
 // never survives a search. A search allocates nothing beyond what `out`
 // needs to grow.
@@ -24,6 +24,10 @@
 #include <stdint.h>
 
 #include "base/CDataArray.h"
+
+namespace quarn_blur {
+struct Tables;
+}  // namespace quarn_blur
 
 // One key.
 struct BLURSTRNODE {
@@ -46,7 +50,8 @@ struct BLURSTRNODE {
   BLURSTRNODE* next;
 };
 
-// One piece of a key, chained in its bucket.
+// One piece of a key. Kept for hosts that name the type; the object now
+// indexes pieces in a trie and makes no such nodes.
 struct HASHBLURSTRNODE {
   char* text;  // zero-terminated copy of the piece
   uint32_t length;
@@ -97,41 +102,27 @@ class blurstrfind {
   void Close();
 
  private:
-  // Records one occurrence of `node`'s piece. Returns 1 when its key is
-  // satisfied by it, 0 otherwise.
-  int FitClue(HASHBLURSTRNODE* node);
-  // Offers the text at `at` (`remaining` bytes) to every node of `bucket`
-  // whose length passes `fits`. Adds satisfied keys to `out`.
-  template <typename LengthTest>
-  int ScanBucket(uint32_t bucket, const char* at, int remaining,
-                 LengthTest fits, CDataArray& out, bool* progressed);
+  // Records one occurrence of piece `piece` of the key whose progress is
+  // `states[state]`. Returns 1 when the key is satisfied by it, 0
+  // otherwise.
+  int FitClue(int32_t type, int32_t piece_count, int32_t state, uint32_t piece);
+  // Offers one piece occurrence (by its number in the index) to its key;
+  // appends the key's value to `out` when satisfied.
+  int Offer(uint32_t ref, CDataArray& out, bool* progressed);
   // Forgets the progress of every key.
   void ClearProgress();
-  // Marks `node` in the occurrence bitmaps below.
-  void MarkPiece(const HASHBLURSTRNODE* node);
-  // True when some piece of two or more bytes may start at `at`, with
-  // `remaining` bytes left. False positives are possible, misses are not.
-  bool MayStartPiece(const char* at, int remaining) const;
 
-  HASHBLURSTRNODE** buckets;  // BUCKET_COUNT chains
-  BLURSTRNODE* keys;          // newest first
+  quarn_blur::Tables* tables;  // piece index and key lookup; null when
+                               // construction ran out of memory
+  BLURSTRNODE* keys;           // newest first
   int32_t key_count;
   uint32_t* states;  // per key: bit i set once piece i was seen
   int32_t state_capacity;
+  // Entries actually allocated in `states`: grows geometrically while
+  // state_capacity grows by STATE_GROWTH, so adding keys stays linear.
+  int32_t state_room;
   int32_t next_index;
   int32_t has_single_byte;
-
-  // Occurrence bitmaps that let a search skip, without walking a chain,
-  // the positions where no piece can start: one bit per byte that is a
-  // one-byte piece, one bit per two-byte bucket holding a piece of exactly
-  // two bytes, one bit per hashed three-byte piece, and one bit per hashed
-  // first four bytes of the longer pieces. Most text positions fail these
-  // tests, predictably, which is what makes a search fast. Set as keys are
-  // added, emptied by Close().
-  uint64_t single_bits[256 / 64];
-  uint64_t* pair_bits;    // BUCKET_COUNT bits
-  uint64_t* triple_bits;  // 2^16 bits
-  uint64_t* prefix_bits;  // 2^20 bits
 };
 
 #endif  // QUARN_FILTER_BLURSTRFIND_H_

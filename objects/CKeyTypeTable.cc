@@ -11,15 +11,20 @@
 #include "base/OrvaFile.h"
 #include "base/OrvaPath.h"
 #include "base/OrvaString.h"
-#include "objects/KeyPieceTable_internal.h"
+#include "objects/PieceIndex_internal.h"
 
-using quarn_keytable::PieceTable;
+using quarn_match::PieceIndex;
 
 namespace {
 
 const uint64_t kLoadSingleBuckets = 256;
 const uint64_t kLoadMultiBuckets = 65536;
 const size_t kMaxPieces = 32;
+// Limits of one piece table, in pieces and buckets, and of the keyword
+// count (piece numbers are 32-bit).
+const uint64_t kMaxTablePieces = 0xFFFFFFFEu;
+const uint64_t kMaxBuckets = uint64_t{1} << 24;
+const uint64_t kMaxKeywords = 0xFFFFFFF0u;
 // Binary keys are shorter than this many bytes.
 const size_t kMaxBinaryKey = 100;
 const int kIniLineBytes = 2048;
@@ -77,78 +82,101 @@ std::string ConfigName(const char* path) {
 CKeyTypeTable::CKeyTypeTable()
     : enabled_(0),
       version_(0),
+      single_cap_(0),
+      multi_cap_(0),
+      single_used_(0),
+      multi_used_(0),
       shortest_(UINT64_MAX),
-      pending_position_(0),
+      all_masks_(0),
       result_(0) {}
 
 CKeyTypeTable::~CKeyTypeTable() {}
+
+bool CKeyTypeTable::MakeTable(uint64_t capacity, uint64_t buckets,
+                              uint64_t* table_cap) {
+  if (capacity > kMaxTablePieces || buckets > kMaxBuckets) return false;
+  if (!index_) {
+    index_.reset(new (std::nothrow) PieceIndex);
+    if (!index_) return false;
+  }
+  *table_cap = capacity;
+  return true;
+}
 
 int CKeyTypeTable::Create(uint64_t single_cap, uint64_t multi_cap,
                           uint64_t single_buckets, uint64_t multi_buckets) {
   Destroy();
   enabled_ = 1;
   if (single_cap != 0 && single_buckets != 0) {
-    single_ = PieceTable::Create(single_cap, single_buckets, false);
-    if (!single_) return 0;
+    if (!MakeTable(single_cap, single_buckets, &single_cap_)) return 0;
   }
   if (multi_cap == 0 || multi_buckets == 0) return 1;
-  multi_ = PieceTable::Create(multi_cap, multi_buckets, true);
-  return multi_ ? 1 : 0;
+  return MakeTable(multi_cap, multi_buckets, &multi_cap_) ? 1 : 0;
 }
 
 void CKeyTypeTable::Destroy() {
-  single_.reset();
-  multi_.reset();
-  keys_.clear();
-  keys_.shrink_to_fit();
-  touched_.clear();
-  pending_.clear();
+  index_.reset();
+  single_cap_ = multi_cap_ = single_used_ = multi_used_ = 0;
+  std::vector<PieceRef>().swap(refs_);
+  std::vector<Keyword>().swap(keys_);
+  std::vector<uint32_t>().swap(touched_);
   shortest_ = UINT64_MAX;
+  all_masks_ = 0;
   result_ = 0;
 }
 
 int CKeyTypeTable::AddBinaryKey(uint64_t mask, const void* key,
                                 uint64_t length) {
-  if (key == nullptr || length == 0) return 0;
+  if (key == nullptr || length == 0 || !index_) return 0;
   std::vector<std::string> pieces;
   int blur = Orva::SplitFullKey(static_cast<const char*>(key),
                                 static_cast<size_t>(length), pieces);
   if (blur == Orva::kBlurRefused || pieces.empty() ||
-      pieces.size() > kMaxPieces || keys_.size() >= PieceTable::kNil) {
+      pieces.size() > kMaxPieces || keys_.size() >= kMaxKeywords) {
     return 0;
   }
-  // Make sure every piece has a node before storing any, so a refused key
+  // Make sure every piece has room before storing any, so a refused key
   // leaves nothing behind.
   uint64_t singles = 0;
   uint64_t multis = 0;
+  uint64_t bytes = 0;
   uint64_t shortest = UINT64_MAX;
   for (const std::string& piece : pieces) {
     if (piece.size() > 0xFFFFFFFFu) return 0;
     ++(piece.size() == 1 ? singles : multis);
+    bytes += piece.size();
     if (piece.size() < shortest) shortest = piece.size();
   }
-  if (singles > 0 && (!single_ || single_->free_nodes() < singles)) return 0;
-  if (multis > 0 && (!multi_ || multi_->free_nodes() < multis)) return 0;
-
-  uint32_t index = static_cast<uint32_t>(keys_.size());
-  Keyword keyword;
-  keyword.type_mask = mask;
-  keyword.matched = 0;
-  keyword.piece_count = static_cast<uint8_t>(pieces.size());
-  keyword.blur = static_cast<uint8_t>(blur);
-  for (size_t k = 0; k < pieces.size(); ++k) {
-    PieceTable* table = pieces[k].size() == 1 ? single_.get() : multi_.get();
-    const uint8_t* bytes = reinterpret_cast<const uint8_t*>(pieces[k].data());
-    if (!table->Insert(bytes, static_cast<uint32_t>(pieces[k].size()), index,
-                       static_cast<uint8_t>(k))) {
-      return 0;  // unreachable: room was checked above
-    }
-  }
-  try {
-    keys_.push_back(keyword);
-  } catch (const std::bad_alloc&) {
+  if (singles > single_cap_ - single_used_ ||
+      multis > multi_cap_ - multi_used_) {
     return 0;
   }
+  if (!index_->Reserve(pieces.size(), bytes)) return 0;
+  const uint32_t index = static_cast<uint32_t>(keys_.size());
+  const bool simple = pieces.size() == 1 || blur == Orva::kBlurAnyPiece;
+  try {
+    if (refs_.capacity() - refs_.size() < pieces.size()) {
+      refs_.reserve(2 * refs_.capacity() + pieces.size());
+    }
+    keys_.push_back(Keyword{mask, 0, static_cast<uint8_t>(pieces.size()),
+                            static_cast<uint8_t>(blur)});
+    if (!simple && touched_.capacity() < keys_.size()) {
+      touched_.reserve(2 * keys_.size());
+    }
+  } catch (const std::bad_alloc&) {
+    if (keys_.size() > index) keys_.pop_back();
+    return 0;
+  }
+  for (size_t k = 0; k < pieces.size(); ++k) {
+    const uint32_t ref = static_cast<uint32_t>(refs_.size());
+    refs_.push_back(PieceRef{simple ? mask : 0, index, static_cast<uint8_t>(k),
+                             static_cast<uint8_t>(simple)});
+    index_->Add(reinterpret_cast<const uint8_t*>(pieces[k].data()),
+                static_cast<uint32_t>(pieces[k].size()), ref);
+  }
+  single_used_ += singles;
+  multi_used_ += multis;
+  all_masks_ |= mask;
   if (shortest < shortest_) shortest_ = shortest;
   return 1;
 }
@@ -170,14 +198,11 @@ void CKeyTypeTable::Rebuild(uint64_t single_count, uint64_t multi_count) {
   Destroy();
   enabled_ = 1;
   if (single_count > 0) {
-    single_ = PieceTable::Create(single_count, kLoadSingleBuckets, false);
     // Without the one-byte table the other is not built either; the
     // adding pass then stores only what finds a table.
-    if (!single_) return;
+    if (!MakeTable(single_count, kLoadSingleBuckets, &single_cap_)) return;
   }
-  if (multi_count > 0) {
-    multi_ = PieceTable::Create(multi_count, kLoadMultiBuckets, true);
-  }
+  if (multi_count > 0) MakeTable(multi_count, kLoadMultiBuckets, &multi_cap_);
 }
 
 int CKeyTypeTable::Load_xml(const char* path) {
@@ -265,55 +290,23 @@ int CKeyTypeTable::LoadIni(const char* path, bool add, uint64_t* single_count,
 }
 
 bool CKeyTypeTable::Usable(const void* data, uint64_t length) const {
-  return enabled_ != 0 && data != nullptr && length >= shortest_;
+  return enabled_ != 0 && data != nullptr && length >= shortest_ && index_;
 }
 
 void CKeyTypeTable::Hit(uint32_t index, uint32_t piece) {
   Keyword& keyword = keys_[index];
   const uint32_t full = FullMask(keyword.piece_count);
-  auto complete = [&keyword, full]() {
-    return keyword.blur == Orva::kBlurAnyPiece ? keyword.matched != 0
-                                               : keyword.matched == full;
-  };
-  if (complete()) return;  // already counted in this query
+  if (keyword.matched == full) return;  // already counted in this query
   if (keyword.blur == Orva::kBlurOrdered && piece > 0 &&
       (keyword.matched >> (piece - 1) & 1) == 0) {
     return;  // an ordered piece counts only after its predecessor
   }
   if (keyword.matched == 0) touched_.push_back(index);
   keyword.matched |= uint32_t{1} << piece;
-  if (complete()) result_ |= keyword.type_mask;
-}
-
-void CKeyTypeTable::Collect(uint32_t keyword, uint8_t piece,
-                            uint64_t position) {
-  if (!pending_.empty() && position != pending_position_) ApplyPending();
-  pending_position_ = position;
-  pending_.emplace_back(piece, keyword);
-}
-
-void CKeyTypeTable::ApplyPending() {
-  if (pending_.size() > 1) {
-    std::sort(pending_.begin(), pending_.end(),
-              [](const std::pair<uint8_t, uint32_t>& a,
-                 const std::pair<uint8_t, uint32_t>& b) {
-                return a.first > b.first;
-              });
-  }
-  for (const auto& hit : pending_) Hit(hit.second, hit.first);
-  pending_.clear();
-}
-
-void CKeyTypeTable::LookupHead(const PieceTable* table, const uint8_t* data,
-                               uint64_t length, bool exact) {
-  if (table == nullptr) return;
-  table->ForEachHit(
-      data, length, exact,
-      [this](uint32_t keyword, uint8_t piece) { Collect(keyword, piece, 0); });
+  if (keyword.matched == full) result_ |= keyword.type_mask;
 }
 
 uint64_t CKeyTypeTable::Finish() {
-  ApplyPending();
   for (uint32_t index : touched_) keys_[index].matched = 0;
   touched_.clear();
   uint64_t result = result_;
@@ -323,40 +316,50 @@ uint64_t CKeyTypeTable::Finish() {
 
 uint64_t CKeyTypeTable::TextMatch(const void* data, uint64_t length) {
   if (!Usable(data, length)) return 0;
-  const uint8_t* bytes = static_cast<const uint8_t*>(data);
-  const PieceTable* single =
-      single_ && single_->size() > 0 ? single_.get() : nullptr;
-  const PieceTable* multi =
-      multi_ && multi_->size() > 0 ? multi_.get() : nullptr;
-  auto collect = [this](uint32_t keyword, uint8_t piece, uint64_t position) {
-    Collect(keyword, piece, position);
+  // Once every type is found nothing can change the answer.
+  auto apply = [this](uint32_t ref) {
+    Apply(ref);
+    return result_ != all_masks_;
   };
-  if (single == nullptr) {
-    if (multi != nullptr) multi->Scan(bytes, length, shortest_, collect);
-    return Finish();
-  }
-  for (uint64_t pos = 0; length - pos >= shortest_; ++pos) {
-    auto at_pos = [this, pos](uint32_t keyword, uint8_t piece) {
-      Collect(keyword, piece, pos);
-    };
-    single->ForEachHit(bytes + pos, length - pos, false, at_pos);
-    if (multi != nullptr) {
-      multi->ForEachHit(bytes + pos, length - pos, false, at_pos);
-    }
-  }
+  index_->Scan(static_cast<const uint8_t*>(data), length,
+               length - shortest_ + 1,
+               [this, &apply](uint64_t, PieceIndex::Run* runs, size_t count) {
+                 // The one-byte pieces (the shortest run) are asked before
+                 // the longer ones.
+                 if (runs[0].length == 1) {
+                   if (!index_->ForEachRef(runs, 1, apply)) return false;
+                   ++runs;
+                   --count;
+                 }
+                 return count == 0 || index_->ForEachRef(runs, count, apply);
+               });
   return Finish();
+}
+
+void CKeyTypeTable::LookupHead(const void* data, uint64_t length, bool exact) {
+  index_->Lookup(static_cast<const uint8_t*>(data), length, exact,
+                 [this, length](PieceIndex::Run* runs, size_t count) {
+                   // One byte of data asks the one-byte pieces, longer
+                   // data only the longer pieces.
+                   if (length > 1 && runs[0].length == 1) {
+                     ++runs;
+                     --count;
+                   }
+                   index_->ForEachRef(runs, count, [this](uint32_t ref) {
+                     Apply(ref);
+                     return true;
+                   });
+                 });
 }
 
 uint64_t CKeyTypeTable::HeadMatch(const void* data, uint64_t length) {
   if (!Usable(data, length)) return 0;
-  const uint8_t* bytes = static_cast<const uint8_t*>(data);
-  LookupHead(length == 1 ? single_.get() : multi_.get(), bytes, length, false);
+  LookupHead(data, length, false);
   return Finish();
 }
 
 uint64_t CKeyTypeTable::FindExact(const void* data, uint64_t length) {
   if (!Usable(data, length)) return 0;
-  const uint8_t* bytes = static_cast<const uint8_t*>(data);
-  LookupHead(length == 1 ? single_.get() : multi_.get(), bytes, length, true);
+  LookupHead(data, length, true);
   return Finish();
 }

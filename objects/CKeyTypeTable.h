@@ -5,10 +5,10 @@
 //
 // A keyword may be made of several pieces in the key syntax of
 // Orva::SplitFullKey: "a*b" needs its pieces in that order, "a,b" needs all
-// of them in any order, "a|b" needs any one. Pieces of one byte live in a
-// 256-bucket table keyed by that byte; longer pieces live in a table keyed
-// by their first two bytes. Both tables are fixed-capacity node pools sized
-// when the table is built.
+// of them in any order, "a|b" needs any one. The table holds at most as
+// many one-byte pieces and longer pieces as it was built for; all pieces
+// share one byte trie, so a query walks the text once whatever the number
+// of keywords, and allocates nothing.
 //
 // Hosts build a table with Create() and AddBinaryKey(), or load it from an
 // XML keyword file (Load_xml) or a comma-separated text file (Load_ini),
@@ -24,12 +24,11 @@
 
 #include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
-namespace quarn_keytable {
-class PieceTable;
-}  // namespace quarn_keytable
+namespace quarn_match {
+class PieceIndex;
+}  // namespace quarn_match
 
 class CKeyTypeTable {
  public:
@@ -102,42 +101,62 @@ class CKeyTypeTable {
     uint8_t piece_count;
     uint8_t blur;  // the splitter's type: 2 ordered, 3 any one, else all
   };
+  // One stored piece, by the number it has in the piece index.
+  struct PieceRef {
+    uint64_t mask;     // the keyword's type mask when `simple`
+    uint32_t keyword;  // index in keys_
+    uint8_t piece;     // position in the keyword
+    uint8_t simple;    // any hit completes the keyword
+  };
   int LoadXml(const char* path, bool add, uint64_t* single_count,
               uint64_t* multi_count);
   int LoadIni(const char* path, bool add, uint64_t* single_count,
               uint64_t* multi_count);
+  // Sets up a piece table of `capacity` pieces; false when the capacity or
+  // the bucket count is beyond the table's limits or memory runs out.
+  bool MakeTable(uint64_t capacity, uint64_t buckets, uint64_t* table_cap);
   // Shared second half of both loads: builds tables for the counted pieces.
   void Rebuild(uint64_t single_count, uint64_t multi_count);
   // Counts the pieces of `key` by table, as AddBinaryKey would store them.
   static void CountPieces(const void* key, uint64_t length,
                           uint64_t* single_count, uint64_t* multi_count);
 
-  // Hits are gathered per text position and applied together, highest
-  // piece first, so that piece k of an ordered keyword never counts on
-  // piece k - 1 found at the same position.
-  void Collect(uint32_t keyword, uint8_t piece, uint64_t position);
-  void ApplyPending();
+  // Applies one piece hit. Hits at one text position arrive newest piece
+  // first, so piece k of an ordered keyword never counts on piece k - 1
+  // found at the same position.
+  void Apply(uint32_t ref) {
+    const PieceRef& r = refs_[ref];
+    if (r.simple) {
+      result_ |= r.mask;
+    } else {
+      Hit(r.keyword, r.piece);
+    }
+  }
   void Hit(uint32_t keyword, uint32_t piece);
-  // Looks up the pieces at the start of `data` in `table`.
-  void LookupHead(const quarn_keytable::PieceTable* table, const uint8_t* data,
-                  uint64_t length, bool exact);
+  // Applies the hits of the pieces at the start of `data`: one-byte pieces
+  // for data of one byte, longer pieces otherwise.
+  void LookupHead(const void* data, uint64_t length, bool exact);
   bool Usable(const void* data, uint64_t length) const;
-  // Applies the pending hits, clears the marks of every keyword touched by
-  // the query, and returns and resets the query's result.
+  // Clears the marks of every keyword touched by the query, and returns
+  // and resets the query's result.
   uint64_t Finish();
 
   uint32_t enabled_;
   uint32_t version_;
   std::string name_;
-  std::unique_ptr<quarn_keytable::PieceTable> single_;
-  std::unique_ptr<quarn_keytable::PieceTable> multi_;
+  // Piece tables: capacities in pieces; a table exists when its capacity
+  // is non-zero.
+  uint64_t single_cap_;
+  uint64_t multi_cap_;
+  uint64_t single_used_;
+  uint64_t multi_used_;
+  std::unique_ptr<quarn_match::PieceIndex> index_;  // pieces of both tables
+  std::vector<PieceRef> refs_;
   std::vector<Keyword> keys_;
-  uint64_t shortest_;  // shortest piece length over all keywords
-  // Per-query state: keywords with a mark, hits at the current position
-  // (piece, keyword), and the result so far.
+  uint64_t shortest_;   // shortest piece length over all keywords
+  uint64_t all_masks_;  // OR of every keyword's type mask
+  // Per-query state: keywords with a mark, and the result so far.
   std::vector<uint32_t> touched_;
-  std::vector<std::pair<uint8_t, uint32_t>> pending_;
-  uint64_t pending_position_;
   uint64_t result_;
 };
 

@@ -114,4 +114,55 @@ TEST(BlurStrFind, AgreesWithASlowModel) {
   }
 }
 
+// Many keys that share prefixes, are prefixes of one another, hold GBK
+// bytes and long pieces, beside compound keys of every separator: the
+// model must see the same values in the same order, and a growing index
+// must keep every key it had.
+TEST(BlurStrFind, AgreesWithASlowModelOnManyOverlappingKeys) {
+  std::mt19937 rng(907);
+  const char alphabet[] = {'a', 'b', 'a', '\xB0', '\xA1', 'c', ',', '*', '|'};
+  auto random_text = [&](size_t min_len, size_t max_len, size_t size) {
+    std::string s(min_len + rng() % (max_len - min_len + 1), ' ');
+    for (char& c : s) c = alphabet[rng() % size];
+    return s;
+  };
+  for (int round = 0; round < 12; ++round) {
+    blurstrfind f;
+    quarn_test::BlurReference model;
+    for (int i = 0; i < 400; ++i) {
+      std::string key = i % 50 == 0  ? std::string(200 + i, 'a')
+                        : i % 3 == 0 ? random_text(1, 40, 9)
+                                     : random_text(1, 8, 6);
+      ASSERT_EQ(model.Add(key, i), Add(f, key, i)) << key;
+    }
+    for (int t = 0; t < 6; ++t) {
+      std::string text = random_text(0, 600, t % 2 ? 9 : 6);
+      if (t == 5) text += std::string(700, 'a');
+      ASSERT_EQ(model.Find(text, false), Find(f, text)) << round;
+      std::string whole = random_text(1, 3, 6);
+      ASSERT_EQ(model.Find(whole, true), Find(f, whole, true)) << round;
+    }
+  }
+}
+
+// Duplicates are found by the text as strncmp sees it (up to a zero byte)
+// and by length, at any key count.
+TEST(BlurStrFind, DuplicatesAmongManyKeys) {
+  blurstrfind f;
+  for (int i = 0; i < 20000; ++i) {
+    std::string key = "k" + std::to_string(i);
+    ASSERT_EQ(0, Add(f, key, i));
+  }
+  EXPECT_EQ(-1, Add(f, "k123", 0));
+  ASSERT_EQ(0, Add(f, std::string("ab\0c", 4), 1));
+  EXPECT_EQ(-1, Add(f, std::string("ab\0d", 4), 2));
+  EXPECT_EQ(0, Add(f, std::string("ab\0", 3), 3));
+  ASSERT_NE(nullptr, f.FindKey("k19999", 6));
+  EXPECT_EQ(19999, f.FindKey("k19999", 6)->value);
+  EXPECT_EQ(nullptr, f.FindKey("k19999x", 7));
+  EXPECT_EQ(20002, f.GetSize());
+  // Keys that are prefixes of one another, newest first.
+  EXPECT_EQ(Values({123, 12, 1}), Find(f, " k123 "));
+}
+
 }  // namespace

@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 
 #include "objects/CKeyTypeTable.h"
+#include "objects/KeyTableReference.h"
+#include "support/AllocationCounter.h"
 #include "support/TempDir.h"
 
 namespace {
@@ -124,10 +126,14 @@ TEST(KeyTypeTableTest, OrderedAllAndAnyPieces) {
   Add(&t, 16, "zz*zz");
   EXPECT_EQ(0u, Text(t, "-zz-"));
   EXPECT_EQ(16u, Text(t, "-zz-zz"));
-  // The same holds across the two piece tables.
+  // The one-byte table is asked first at each position, so a one-byte
+  // piece enables its successor found at the same position.
   Add(&t, 32, "p*pq");
-  EXPECT_EQ(0u, Text(t, "pq"));
+  EXPECT_EQ(32u, Text(t, "pq"));
   EXPECT_EQ(32u, Text(t, "p pq"));
+  Add(&t, 64, "rs*r");
+  EXPECT_EQ(0u, Text(t, "rs"));
+  EXPECT_EQ(64u, Text(t, "rs r"));
 }
 
 TEST(KeyTypeTableTest, QueriesLeaveNoState) {
@@ -198,6 +204,68 @@ TEST(KeyTypeTableTest, AgreesWithPlainSearch) {
       EXPECT_EQ(exact_mask, Exact(t, text)) << text;
     }
   }
+}
+
+// Compound keywords against the slow model: random keys over a small
+// alphabet holding the separators, GBK bytes and a zero byte, so that keys
+// overlap, are prefixes of one another, repeat pieces and mix one-byte and
+// long pieces (up to 99 bytes) in ordered, all-piece and any-piece forms.
+TEST(KeyTypeTableTest, AgreesWithSlowModel) {
+  std::mt19937 rng(4242);
+  const char alphabet[] = {'a',    'b', 'a', 'b', 'c', '\xB0',
+                           '\xA1', ',', '*', '|', '\0'};
+  auto random_text = [&](size_t max_len, size_t alphabet_size) {
+    std::string s(rng() % (max_len + 1), ' ');
+    for (char& c : s) c = alphabet[rng() % alphabet_size];
+    return s;
+  };
+  for (int round = 0; round < 300; ++round) {
+    CKeyTypeTable t;
+    quarn_test::KeyTableReference model;
+    Build(&t, 4096);
+    const int keys = 1 + static_cast<int>(rng() % (round % 10 == 0 ? 300 : 16));
+    for (int i = 0; i < keys; ++i) {
+      std::string key = random_text(i % 7 == 0 ? 99 : 6, 10);
+      if (i % 11 == 5) key = std::string(99, 'a');  // a maximum-length piece
+      uint64_t mask = uint64_t{1} << (rng() % 64);
+      ASSERT_EQ(model.Add(mask, key),
+                t.AddBinaryKey(mask, key.data(), key.size()))
+          << round << " " << key;
+    }
+    for (int q = 0; q < 12; ++q) {
+      std::string text = random_text(q % 4 == 0 ? 300 : 24, q % 2 ? 11 : 7);
+      ASSERT_EQ(model.TextMatch(text), Text(t, text)) << round;
+      std::string head = random_text(4, 7);
+      ASSERT_EQ(model.HeadMatch(head), Head(t, head)) << round;
+      ASSERT_EQ(model.FindExact(head), Exact(t, head)) << round;
+      ASSERT_EQ(model.TextMatch(text), Text(t, text)) << "second " << round;
+    }
+  }
+}
+
+// A warm query allocates nothing, even when compound keywords leave marks
+// to clear.
+TEST(KeyTypeTableTest, QueriesAllocateNothing) {
+  CKeyTypeTable t;
+  Build(&t, 8192);
+  std::string text;
+  for (int i = 0; i < 3000; ++i) {
+    std::string word = "w" + std::to_string(i * 7919 % 5003);
+    Add(&t, uint64_t{1} << (i % 60), word);
+    text += word + " ";
+  }
+  Add(&t, uint64_t{1} << 61, "w1,w2,zz");
+  Add(&t, uint64_t{1} << 62, "w3*w4*w5");
+  Add(&t, uint64_t{1} << 63, "w");
+  text += "w3 w4 w5";
+  const uint64_t before = quarn_test::AllocationCount();
+  const uint64_t all = Text(t, text);
+  const uint64_t head = Head(t, "w0 x");  // word 0 is "w0"
+  const uint64_t exact = Exact(t, "w");
+  EXPECT_EQ(before, quarn_test::AllocationCount());
+  EXPECT_EQ(~(uint64_t{1} << 60 | uint64_t{1} << 61), all);
+  EXPECT_EQ(1u, head);
+  EXPECT_EQ(uint64_t{1} << 63, exact);
 }
 
 }  // namespace

@@ -1,0 +1,214 @@
+#include <new>
+#include <stdexcept>
+
+#include "objects/PieceIndex_internal.h"
+
+namespace quarn_match {
+
+namespace {
+
+const size_t kPairCount = 65536;
+const int kMinQuadLog2 = 15;
+const int kMaxQuadLog2 = 21;
+// Bits of the four-byte filter per piece: about one false pass in 64
+// positions while the filter is not full.
+const uint64_t kQuadBitsPerPiece = 64;
+// Node ids and entry indexes are 32-bit, with kNil kept for "none".
+const uint64_t kMaxItems = 0xFFFFFFF0u;
+
+// Makes room for `extra` more elements, growing at least geometrically so
+// that adding one piece at a time stays linear. False when memory runs out.
+template <typename T>
+bool ReserveMore(std::vector<T>* v, uint64_t extra) {
+  if (v->capacity() - v->size() >= extra) return true;
+  uint64_t want = v->size() + extra;
+  if (want < 2 * v->capacity()) want = 2 * v->capacity();
+  try {
+    v->reserve(static_cast<size_t>(want));
+  } catch (const std::bad_alloc&) {
+    return false;
+  } catch (const std::length_error&) {
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+PieceIndex::PieceIndex() {
+  for (uint32_t& head : one_heads_) head = kNil;
+  memset(one_bits_, 0, sizeof(one_bits_));
+}
+
+PieceIndex::~PieceIndex() {}
+
+void PieceIndex::Clear() {
+  pair_.reset();
+  pair_bits_.reset();
+  triple_bits_.reset();
+  for (uint32_t& head : one_heads_) head = kNil;
+  memset(one_bits_, 0, sizeof(one_bits_));
+  std::vector<Node>().swap(nodes_);
+  std::vector<Entry>().swap(entries_);
+  std::vector<uint8_t>().swap(bytes_);
+  std::vector<Slot>().swap(slots_);
+  std::vector<uint64_t>().swap(quad_bits_);
+  std::vector<uint32_t>().swap(quad_words_);
+  std::vector<Run>().swap(runs_);
+  slot_mask_ = 0;
+  slot_shift_ = 64;
+  edges_ = 0;
+  quad_shift_ = 32;
+  any_one_ = any_two_ = any_three_ = any_long_ = false;
+  longest_ = 0;
+}
+
+bool PieceIndex::GrowSlots(uint64_t edges) {
+  // Keep the table at most half full.
+  uint64_t count = slots_.empty() ? 1024 : slots_.size();
+  while (count < 2 * edges) count *= 2;
+  if (count == slots_.size()) return true;
+  if (count > (uint64_t{1} << 33)) return false;
+  std::vector<Slot> old;
+  try {
+    old.assign(static_cast<size_t>(count), Slot{0, 0, 0});
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+  old.swap(slots_);
+  slot_mask_ = static_cast<uint32_t>(count - 1);
+  int log2 = 0;
+  while ((uint64_t{1} << log2) < count) ++log2;
+  slot_shift_ = 64 - log2;
+  for (const Slot& slot : old) {
+    if (slot.child != 0) InsertSlot(slot.parent, slot.byte, slot.child);
+  }
+  return true;
+}
+
+void PieceIndex::InsertSlot(uint32_t parent, uint32_t byte, uint32_t child) {
+  uint32_t at = SlotHash(parent, byte);
+  while (slots_[at].child != 0) at = (at + 1) & slot_mask_;
+  slots_[at] = Slot{parent, child, byte};
+}
+
+bool PieceIndex::GrowQuadBits(uint64_t words) {
+  int log2 = kMinQuadLog2;
+  while (log2 < kMaxQuadLog2 &&
+         (uint64_t{1} << log2) < kQuadBitsPerPiece * words) {
+    ++log2;
+  }
+  if (!quad_bits_.empty() && 32 - quad_shift_ >= log2) return true;
+  std::vector<uint64_t> bits;
+  try {
+    bits.assign((size_t{1} << log2) / 64, 0);
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+  quad_bits_.swap(bits);
+  quad_shift_ = 32 - log2;
+  for (uint32_t word : quad_words_) SetBit(quad_bits_.data(), QuadHash(word));
+  return true;
+}
+
+bool PieceIndex::Reserve(uint64_t pieces, uint64_t bytes) {
+  if (nodes_.size() + bytes >= kMaxItems ||
+      entries_.size() + pieces >= kMaxItems) {
+    return false;
+  }
+  if (!pair_) {
+    pair_.reset(new (std::nothrow) uint32_t[kPairCount]());
+    pair_bits_.reset(new (std::nothrow) uint64_t[kPairCount / 64]());
+    triple_bits_.reset(new (std::nothrow) uint64_t[(1u << kTripleBits) / 64]());
+    if (!pair_ || !pair_bits_ || !triple_bits_) {
+      Clear();
+      return false;
+    }
+  }
+  if (nodes_.empty()) {
+    if (!ReserveMore(&nodes_, 1)) return false;
+    nodes_.push_back(Node{kNil, 0, 0, 0, 0, 0});  // node 0 stands for "none"
+  }
+  if (bytes_.size() + bytes >= kMaxItems) return false;
+  if (!ReserveMore(&nodes_, bytes) || !ReserveMore(&entries_, pieces) ||
+      !ReserveMore(&bytes_, bytes) || !ReserveMore(&quad_words_, pieces) ||
+      !GrowSlots(edges_ + bytes) ||
+      !GrowQuadBits(quad_words_.size() + pieces)) {
+    return false;
+  }
+  if (runs_.size() < bytes + 1) {
+    try {
+      runs_.resize(static_cast<size_t>(bytes + 1));
+    } catch (const std::bad_alloc&) {
+      return false;
+    }
+  }
+  return true;
+}
+
+void PieceIndex::MarkEndAbove(const uint8_t* bytes, uint32_t length,
+                              uint32_t end) {
+  uint32_t node = pair_[PairOf(bytes)];
+  for (uint32_t depth = 2; depth < length; ++depth) {
+    Node& above = nodes_[node];
+    if (++above.ends_below == 1) above.tail = end;
+    node = Child(node, bytes[depth]);
+  }
+}
+
+uint32_t PieceIndex::NewNode() {
+  nodes_.push_back(Node{kNil, 0, 0, 0, 0, 0});
+  return static_cast<uint32_t>(nodes_.size() - 1);
+}
+
+void PieceIndex::AddRef(uint32_t* head, uint32_t ref) {
+  entries_.push_back(Entry{ref, *head});
+  *head = static_cast<uint32_t>(entries_.size() - 1);
+}
+
+void PieceIndex::Add(const uint8_t* bytes, uint32_t length, uint32_t ref) {
+  if (length > longest_) longest_ = length;
+  if (length == 1) {
+    AddRef(&one_heads_[bytes[0]], ref);
+    SetBit(one_bits_, bytes[0]);
+    any_one_ = true;
+    return;
+  }
+  any_long_ = true;
+  uint32_t node = pair_[PairOf(bytes)];
+  if (node == 0) {
+    node = NewNode();
+    pair_[PairOf(bytes)] = node;
+  }
+  for (uint32_t depth = 2; depth < length; ++depth) {
+    uint32_t child = Child(node, bytes[depth]);
+    if (child == 0) {
+      child = NewNode();
+      InsertSlot(node, bytes[depth], child);
+      ++edges_;
+      ++nodes_[node].kids;
+    }
+    node = child;
+  }
+  if (nodes_[node].out == kNil) {
+    // A new end: every node above it gains one end below.
+    nodes_[node].offset = static_cast<uint32_t>(bytes_.size());
+    nodes_[node].length = length;
+    bytes_.insert(bytes_.end(), bytes, bytes + length);
+    MarkEndAbove(bytes, length, node);
+  }
+  AddRef(&nodes_[node].out, ref);
+  if (length == 2) {
+    SetBit(pair_bits_.get(), PairOf(bytes));
+    any_two_ = true;
+  } else if (length == 3) {
+    SetBit(triple_bits_.get(),
+           TripleHash(PairOf(bytes) | static_cast<uint32_t>(bytes[2]) << 16));
+    any_three_ = true;
+  } else {
+    quad_words_.push_back(Load4(bytes));
+    SetBit(quad_bits_.data(), QuadHash(quad_words_.back()));
+  }
+}
+
+}  // namespace quarn_match
