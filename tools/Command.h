@@ -12,8 +12,21 @@
 #include <vector>
 
 #include "tools/common/CommandLine.h"
+#include "tools/common/Output.h"
 
 namespace quarn_tool {
+
+// The exit status of every command. A command stopped by SIGINT or SIGTERM
+// exits with 128 + the signal's number (130, 143).
+enum ExitStatus {
+  kExitOk = 0,           // done; every record, item and file was good
+  kExitSomeBad = 1,      // done, but some records, items or files were bad
+  kExitNothingDone = 2,  // a usage error, or nothing could be done
+  kExitOutputFailed = 3  // standard output could not be written
+};
+
+// The table above as the help text prints it: lines ending in '\n'.
+extern const char kExitStatusHelp[];
 
 // Runs a sub-command with the arguments after its name. Returns the
 // process exit code.
@@ -42,16 +55,27 @@ struct CommandRegistrar {
 };
 
 // Parses the arguments of command `name` into *line. Returns -1 when the
-// command should go on. Otherwise returns the exit code: 0 after printing
-// the command's help on standard output (--help), 2 after naming the
-// fault and the usage on standard error.
+// command should go on. Otherwise returns the exit status: kExitOk after
+// printing the command's help on standard output (--help),
+// kExitNothingDone after naming the fault and the usage on standard error.
 int ParseCommandLine(const char* name, const std::vector<std::string>& args,
                      CommandLine* line);
 
 // Reports a command line that parsed but does not make sense to the
 // command (a bad address, a missing argument): `why` and the usage on
-// standard error. Returns 2, the exit code for it.
+// standard error. Returns kExitNothingDone, the exit status for it.
 int UsageError(const char* name, const std::string& why);
+
+// The sink of standard output every command writes its results to. Lives
+// until the process ends.
+OutputSink* StandardOutput();
+
+// Writes out and closes standard output: the sink above and the C
+// library's stream (which the help texts use). Returns `status` when all
+// of it was written; otherwise says why on standard error, once, and
+// returns kExitOutputFailed. Later calls return `status`, or
+// kExitOutputFailed again after a failure.
+int FinishOutput(int status);
 
 // Converts GBK text from the library to UTF-8 for the terminal.
 std::string ToTerminal(const std::string& gbk);

@@ -190,9 +190,9 @@ int RunApp(const std::vector<std::string>& args) {
   quarn_tool::GatewayConfig config;
   if (!quarn_tool::LoadAndReport(line.config_dir(), quarn_tool::kConfigApps,
                                  &config)) {
-    return 1;
+    return quarn_tool::kExitNothingDone;
   }
-  quarn_tool::ResultWriter out(stdout, line.table(),
+  quarn_tool::ResultWriter out(quarn_tool::StandardOutput(), line.table(),
                                {"first", "second", "transport", "client",
                                 "application", "source", "group"});
   for (const Query& query : queries) {
@@ -205,7 +205,8 @@ int RunApp(const std::vector<std::string>& args) {
     }
   }
   out.Finish();
-  return 0;
+  return config.problems().empty() ? quarn_tool::kExitOk
+                                   : quarn_tool::kExitSomeBad;
 }
 
 }  // namespace

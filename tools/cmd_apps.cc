@@ -73,16 +73,16 @@ int RunApps(const std::vector<std::string>& args) {
   quarn_tool::GatewayConfig config;
   if (!quarn_tool::LoadAndReport(line.config_dir(), quarn_tool::kConfigApps,
                                  &config)) {
-    return 1;
+    return quarn_tool::kExitNothingDone;
   }
   const Item* roots[] = {
       CAppSubtypeReader::FindItemByAppid(CAppSubtypeReader::APP_EXTERN),
       CAppSubtypeReader::FindItemByAppid(CAppSubtypeReader::APP_INTERN)};
   if (roots[0] == nullptr && roots[1] == nullptr) {
     fprintf(stderr, "quarn: no protocol tree found (pat/proto_tree.xml)\n");
-    return 1;
+    return quarn_tool::kExitNothingDone;
   }
-  quarn_tool::ResultWriter out(stdout, line.table(),
+  quarn_tool::ResultWriter out(quarn_tool::StandardOutput(), line.table(),
                                {"id", "short name", "name", "source"});
   const __ST_DB_VERSION_TMP__& version = CAppSubtypeReader::GetVersion();
   if (!version.current.empty()) {
@@ -93,7 +93,8 @@ int RunApps(const std::vector<std::string>& args) {
     if (root != nullptr) WriteItem(*root, 0, &out);
   }
   out.Finish();
-  return 0;
+  return config.problems().empty() ? quarn_tool::kExitOk
+                                   : quarn_tool::kExitSomeBad;
 }
 
 }  // namespace

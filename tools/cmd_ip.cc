@@ -51,7 +51,9 @@ AddressFacts Look(const CLocalIPTypeTable& plan, uint32_t ip) {
   f.class_name = quarn_tool::ClassName(plan, f.class_id);
   int type = 0;
   if (GetIP_IsIPInCompany(ip, &type)) {
-    f.company = type == 31 ? "dmz" : "intranet";
+    f.company = static_cast<unsigned int>(type) == COrgStructInfo::ORG_DMZ
+                    ? "dmz"
+                    : "intranet";
   }
   f.is_private = GetIP_IsPrivateAddr(ip);
   f.inside = GetIP_IsInnerAddr(ip);
@@ -128,12 +130,13 @@ int RunIp(const std::vector<std::string>& args) {
 
   quarn_tool::LibrarySession session;
   quarn_tool::GatewayConfig config;
-  if (!quarn_tool::LoadAndReport(line.config_dir(), quarn_tool::kConfigPlan,
-                                 &config)) {
-    return 1;
+  if (!quarn_tool::LoadAndReport(
+          line.config_dir(), quarn_tool::kConfigPlan | quarn_tool::kConfigAreas,
+          &config)) {
+    return quarn_tool::kExitNothingDone;
   }
   quarn_tool::ResultWriter out(
-      stdout, line.table(),
+      quarn_tool::StandardOutput(), line.table(),
       {"address", "class", "company", "private", "inside", "outside", "server",
        "area 1", "area 2"});
   for (uint32_t ip : addresses) {
@@ -146,7 +149,8 @@ int RunIp(const std::vector<std::string>& args) {
     }
   }
   out.Finish();
-  return 0;
+  return config.problems().empty() ? quarn_tool::kExitOk
+                                   : quarn_tool::kExitSomeBad;
 }
 
 }  // namespace

@@ -83,9 +83,8 @@ int RunObjects(const std::vector<std::string>& args) {
   quarn_tool::LibrarySession session;
   quarn_tool::GatewayConfig config;
   if (!quarn_tool::LoadAndReport(line.config_dir(), quarn_tool::kConfigObjects,
-                                 &config) ||
-      !config.problems().empty()) {
-    return 1;
+                                 &config)) {
+    return quarn_tool::kExitNothingDone;
   }
   // The same questions classify asks for the inside end of a connection.
   uint64_t ip_mask = 0;
@@ -99,7 +98,7 @@ int RunObjects(const std::vector<std::string>& args) {
   std::vector<NamedId> time_objects;
   quarn_tool::TimeObjectList(config.time_objects(), time_mask, &time_objects);
 
-  quarn_tool::ResultWriter out(stdout, line.table(),
+  quarn_tool::ResultWriter out(quarn_tool::StandardOutput(), line.table(),
                                {"objects", "mask", "names"});
   const std::string mac =
       query.has_mac ? Orva::mac_addr_to_a(query.mac) : std::string();
@@ -132,7 +131,8 @@ int RunObjects(const std::vector<std::string>& args) {
     out.EndItem();
   }
   out.Finish();
-  return 0;
+  return config.problems().empty() ? quarn_tool::kExitOk
+                                   : quarn_tool::kExitSomeBad;
 }
 
 }  // namespace

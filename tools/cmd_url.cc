@@ -6,9 +6,12 @@
 // "user_url.xml" and the white list "white_url.xml" are read from the
 // configuration directory.
 
+#include <stdio.h>
+
 #include <string>
 #include <vector>
 
+#include "base/OrvaText.h"
 #include "tools/Command.h"
 #include "tools/common/ClassificationOutput.h"
 #include "tools/common/CommandLine.h"
@@ -25,7 +28,10 @@ const char kOptions[] =
 const char kDetails[] =
     "One JSON object per URL, as in classify's \"url\": url (without its\n"
     "scheme), system and user (the categories, [{\"bit\",\"name\"}]),\n"
-    "type_name, and white (whether the host is on the white list).\n";
+    "type_name, and white (whether the URL is on the white list). The host\n"
+    "is lower-cased before the categories and the white list are asked;\n"
+    "the white list is asked with the host, then with the host and the\n"
+    "path, so that an entry naming a path can match.\n";
 
 int RunUrl(const std::vector<std::string>& args) {
   quarn_tool::CommandLine line(quarn_tool::Format::kTable);
@@ -34,18 +40,28 @@ int RunUrl(const std::vector<std::string>& args) {
   if (line.positional().empty()) {
     return quarn_tool::UsageError("url", "no URL given");
   }
+
   quarn_tool::LibrarySession session;
   quarn_tool::GatewayConfig config;
   if (!quarn_tool::LoadAndReport(line.config_dir(), quarn_tool::kConfigUrls,
                                  &config)) {
-    return 1;
+    return quarn_tool::kExitNothingDone;
   }
   quarn_tool::ResultWriter out(
-      stdout, line.table(),
+      quarn_tool::StandardOutput(), line.table(),
       {"url", "system categories", "user categories", "type name", "white"});
+  int status = config.problems().empty() ? quarn_tool::kExitOk
+                                         : quarn_tool::kExitSomeBad;
   for (const std::string& url : line.positional()) {
     quarn_tool::Classification c;
-    quarn_tool::LookUpUrl(&config, url, &c);
+    // The same text as classify's input: UTF-8, converted at the edge.
+    quarn_tool::LookUpUrl(&config, Orva::UTF8_to_HOME(url), &c);
+    if (!c.has_url) {
+      fprintf(stderr, "quarn url: not a URL (nothing after the scheme): %s\n",
+              url.c_str());
+      status = quarn_tool::kExitSomeBad;
+      continue;
+    }
     if (out.table()) {
       quarn_tool::Utf8Cache* cache = out.cache();
       out.Row({cache->Get(c.url),
@@ -61,7 +77,7 @@ int RunUrl(const std::vector<std::string>& args) {
     }
   }
   out.Finish();
-  return 0;
+  return status;
 }
 
 }  // namespace

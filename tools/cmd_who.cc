@@ -210,7 +210,7 @@ int RunWho(const std::vector<std::string>& args) {
   if (!quarn_tool::LoadAndReport(line.config_dir(),
                                  quarn_tool::kConfigEmployees, &config) ||
       !config.has_employees()) {
-    return 1;
+    return quarn_tool::kExitNothingDone;
   }
   std::vector<Found> found;
   for (const std::string& query : line.positional()) {
@@ -218,12 +218,13 @@ int RunWho(const std::vector<std::string>& args) {
       return quarn_tool::UsageError("who", "not an address: " + query);
     }
   }
-  quarn_tool::ResultWriter out(stdout, line.table(),
+  quarn_tool::ResultWriter out(quarn_tool::StandardOutput(), line.table(),
                                {"address", "employee", "department", "ip",
                                 "mac", "host name", "last active", "account"});
-  int status = 0;
+  int status = config.problems().empty() ? quarn_tool::kExitOk
+                                         : quarn_tool::kExitSomeBad;
   for (const Found& f : found) {
-    if (f.record == nullptr) status = 1;
+    if (f.record == nullptr) status = quarn_tool::kExitSomeBad;
     if (out.table()) {
       out.Row(Cells(config, f, out.cache()));
     } else {

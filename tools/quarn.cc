@@ -2,8 +2,10 @@
 // the library sees it. `quarn --help` lists the sub-commands.
 
 #include <ctype.h>
+#include <errno.h>
 #include <stdio.h>
 #include <string.h>
+#include <unistd.h>
 
 #include <string>
 #include <vector>
@@ -71,7 +73,7 @@ void PrintCommandHelp(const Command& command, Format default_format) {
   printf("\n%s\noptions:\n%s", Wrap(Sentence(command.summary), 0).c_str(),
          command.options);
   printf(kCommonOptions, FormatName(default_format));
-  printf("\n%s", command.details);
+  printf("\n%s\nexit status:\n%s", command.details, kExitStatusHelp);
 }
 
 }  // namespace
@@ -87,14 +89,50 @@ int ParseCommandLine(const char* name, const std::vector<std::string>& args,
   if (!line->Parse(args)) return UsageError(name, line->error());
   if (!line->help()) return -1;
   if (command != nullptr) PrintCommandHelp(*command, line->default_format());
-  return 0;
+  return kExitOk;
 }
 
 int UsageError(const char* name, const std::string& why) {
   fprintf(stderr, "quarn %s: %s\n", name, why.c_str());
   const Command* command = Find(name);
   if (command != nullptr) PrintUsage(*command, stderr);
-  return 2;
+  return kExitNothingDone;
+}
+
+const char kExitStatusHelp[] =
+    "  0    done; every record, item and file was good\n"
+    "  1    done, but some records, items or files were bad (each is named\n"
+    "       on standard error); with --strict, classify stopped at the\n"
+    "       first bad record\n"
+    "  2    a usage error, or nothing could be done (no configuration, an\n"
+    "       input that cannot be read, a CSV header without the fields)\n"
+    "  3    standard output could not be written (disk full, I/O error,\n"
+    "       a closed pipe when SIGPIPE is ignored)\n"
+    "  130  classify stopped by SIGINT (143: by SIGTERM) after the record in\n"
+    "       hand, with everything before it written\n";
+
+OutputSink* StandardOutput() {
+  static OutputSink* sink = new OutputSink(STDOUT_FILENO);
+  return sink;
+}
+
+int FinishOutput(int status) {
+  static bool finished = false;
+  static bool failed = false;
+  if (!finished) {
+    finished = true;
+    int error = StandardOutput()->Flush() ? 0 : StandardOutput()->error();
+    if (fflush(stdout) != 0 && error == 0) error = errno;
+    // A write that failed before this flush leaves only the stream's flag.
+    if (ferror(stdout) && error == 0) error = EIO;
+    if (fclose(stdout) != 0 && error == 0) error = errno;
+    if (error != 0) {
+      fprintf(stderr, "quarn: cannot write standard output: %s\n",
+              strerror(error));
+      failed = true;
+    }
+  }
+  return failed ? kExitOutputFailed : status;
 }
 
 }  // namespace quarn_tool
@@ -117,22 +155,31 @@ void PrintHelp(FILE* out) {
           "                 classify)\n"
           "  -h, --help     the command's options and output (also\n"
           "                 `quarn help COMMAND`)\n"
-          "\nReference data is read from the library's directory, or from\n"
-          "$QUARN_MODULE_DIR when it is set. Names are printed in UTF-8.\n");
+          "\n`quarn --version` prints the version of quarn. Reference data is\n"
+          "read from the library's directory, or from $QUARN_MODULE_DIR when\n"
+          "it is set. Names are printed in UTF-8.\n"
+          "\nexit status of every command:\n%s",
+          quarn_tool::kExitStatusHelp);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int Run(int argc, char** argv) {
   // "quarn help COMMAND" is "quarn COMMAND --help".
   if (argc == 3 && strcmp(argv[1], "help") == 0) {
     argv[1] = argv[2];
     argv[2] = const_cast<char*>("--help");
   }
-  if (argc < 2 || strcmp(argv[1], "help") == 0 ||
-      strcmp(argv[1], "--help") == 0 || strcmp(argv[1], "-h") == 0) {
-    PrintHelp(argc < 2 ? stderr : stdout);
-    return argc < 2 ? 2 : 0;
+  if (argc < 2) {
+    PrintHelp(stderr);
+    return quarn_tool::kExitNothingDone;
+  }
+  if (strcmp(argv[1], "help") == 0 || strcmp(argv[1], "--help") == 0 ||
+      strcmp(argv[1], "-h") == 0) {
+    PrintHelp(stdout);
+    return quarn_tool::kExitOk;
+  }
+  if (strcmp(argv[1], "--version") == 0) {
+    printf("quarn %s\n", QUARN_VERSION);
+    return quarn_tool::kExitOk;
   }
   for (const quarn_tool::Command& command : quarn_tool::Commands()) {
     if (strcmp(argv[1], command.name) == 0) {
@@ -141,5 +188,11 @@ int main(int argc, char** argv) {
   }
   fprintf(stderr, "quarn: unknown command '%s'\n\n", argv[1]);
   PrintHelp(stderr);
-  return 2;
+  return quarn_tool::kExitNothingDone;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  return quarn_tool::FinishOutput(Run(argc, argv));
 }

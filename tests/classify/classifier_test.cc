@@ -256,6 +256,140 @@ TEST_F(ClassifierTest, ExplainNamesTheEvidence) {
   EXPECT_TRUE(quiet.ip_objects[0].evidence.empty());
 }
 
+TEST_F(ClassifierTest, HostsAreAskedInLowerCaseAndTheWhiteListWithThePath) {
+  // The host is case-insensitive, the path is not.
+  Classification upper = Classify(
+      "2026-11-18 10:00:00,10.10.1.10,5000,4.176.40.1,80,tcp,"
+      "HTTP://WWW.BADSITE.EXAMPLE.COM/X,");
+  EXPECT_EQ("www.badsite.example.com/X", upper.url);
+  EXPECT_EQ(std::vector<uint64_t>{1}, Ids(upper.user_categories));
+
+  // The entry "www.gov.example.cn/notice" must begin the text: it holds
+  // for the host with the path (the port left out), not for the host.
+  Classification gov = Classify(
+      "2026-11-18 10:00:00,10.10.1.10,5000,4.176.40.1,80,tcp,"
+      "http://WWW.Gov.example.cn:8080/notice/12?a=B,",
+      true);
+  EXPECT_TRUE(gov.white);
+  EXPECT_EQ((std::vector<std::string>{"www.gov.example.cn",
+                                      "www.gov.example.cn/notice/12?a=B"}),
+            gov.white_asked);
+  EXPECT_NE(std::string::npos,
+            gov.url_evidence.find(
+                "host \"www.gov.example.cn\" not on the white list, host and "
+                "path \"www.gov.example.cn/notice/12?a=B\" on the white list"))
+      << gov.url_evidence;
+  EXPECT_FALSE(Classify("2026-11-18 10:00:00,10.10.1.10,5000,4.176.40.1,80,"
+                        "tcp,www.gov.example.cn/NOTICE,")
+                   .white);
+  // A host on the list answers alone.
+  Classification host = Classify(
+      "2026-11-18 10:00:00,10.10.1.10,5000,4.176.40.1,80,tcp,"
+      "user@Update.Example.com/x,");
+  EXPECT_TRUE(host.white);
+  EXPECT_EQ(std::vector<std::string>{"update.example.com"}, host.white_asked);
+  // A scheme with nothing after it is no URL.
+  EXPECT_FALSE(Classify("2026-11-18 10:00:00,10.10.1.10,5000,4.176.40.1,80,"
+                        "tcp,http://,")
+                   .has_url);
+}
+
+TEST_F(ClassifierTest, EvidenceComesFromTheLibrarysAnswers) {
+  // The .255 end is the server, whichever end it is; the address plan
+  // decides the rest.
+  EXPECT_EQ(
+      "second end looks like a broadcast address: it is the server",
+      Classify("2026-11-17 12:30:00,10.10.3.5,137,10.10.3.255,138,udp,,", true)
+          .cs_evidence);
+  EXPECT_EQ(
+      "first end looks like a broadcast address: it is the server",
+      Classify("2026-11-17 12:30:00,10.10.3.255,138,10.10.3.5,137,udp,,", true)
+          .cs_evidence);
+  EXPECT_EQ(
+      "second end looks like a broadcast address: it is the server",
+      Classify("2026-11-17 12:30:00,1.2.3.4,138,10.10.3.255,137,udp,,", true)
+          .cs_evidence);
+  EXPECT_EQ(
+      "first end is an outside address: it is the server",
+      Classify("2026-11-18 14:05:30,2.20.1.1,5903,203.0.113.10,80,tcp,,", true)
+          .cs_evidence);
+  EXPECT_EQ(
+      "first end is not an outside address: it is the client",
+      Classify("2026-11-18 14:05:30,10.10.3.5,5903,1.2.3.4,80,tcp,,", true)
+          .cs_evidence);
+
+  // Service and data ports as the library counts them.
+  Classification service = Classify(
+      "2026-11-17 12:30:00,10.10.3.5,137,10.10.3.255,1024,udp,,", true);
+  EXPECT_EQ(19020002u, service.appid);
+  EXPECT_EQ(
+      "no user-defined application; ports 137 and 1024 are service ports: "
+      "unknown service",
+      service.app_evidence);
+  EXPECT_EQ(
+      "no user-defined application; port 1024 is a service port: unknown "
+      "service",
+      Classify("2026-11-17 12:30:00,10.10.3.5,1025,1.2.3.4,1024,tcp,,", true)
+          .app_evidence);
+  EXPECT_EQ(
+      "no user-defined application; ports 1025 and 5000 are data ports: "
+      "unknown data",
+      Classify("2026-11-17 12:30:00,10.10.3.5,1025,1.2.3.4,5000,tcp,,", true)
+          .app_evidence);
+
+  // The unknown address 0 gets the placeholder department without a range.
+  Classification zero =
+      Classify("2026-11-17 12:30:00,1.2.3.4,80,0.0.0.0,5000,tcp,,", true);
+  EXPECT_EQ(0u, zero.inside_ip);
+  EXPECT_EQ(25u, zero.class_id);
+  EXPECT_EQ(
+      "the unknown address 0.0.0.0: the placeholder for hosts in no "
+      "department",
+      zero.class_evidence);
+
+  // Server and DMZ ranges make the inside end a server.
+  Classification server =
+      Classify("2026-11-17 12:30:00,10.10.200.7,80,1.2.3.4,5000,tcp,,", true);
+  EXPECT_TRUE(server.inside_server);
+  EXPECT_EQ(25u, server.class_id);
+  EXPECT_EQ(
+      "intranet range 10.10.0.0-10.10.255.255, in no department; server "
+      "range 10.10.200.0-10.10.200.255",
+      server.class_evidence);
+  EXPECT_TRUE(Classify("2026-11-17 12:30:00,2.20.1.1,5,203.0.113.10,80,tcp,,")
+                  .inside_server);
+  EXPECT_FALSE(Classify("2026-11-17 12:30:00,10.10.3.5,5,1.2.3.4,80,tcp,,")
+                   .inside_server);
+}
+
+TEST_F(ClassifierTest, EachTimeObjectSaysWhyItHolds) {
+  auto evidence = [&](const std::string& time) {
+    Classification c =
+        Classify(time + ",10.10.3.5,40000,1.2.3.4,80,tcp,,", true);
+    std::vector<std::string> all;
+    for (const NamedId& object : c.time_objects) {
+      all.push_back(std::to_string(object.id) + " " + object.evidence);
+    }
+    return all;
+  };
+  EXPECT_EQ((std::vector<std::string>{"2 segment 08:30-17:30 on Tuesdays",
+                                      "16 segment 12:00-13:00 on Tuesdays"}),
+            evidence("2026-11-17 12:30:00"));
+  // A segment across midnight; the non-working time of a Saturday.
+  EXPECT_EQ((std::vector<std::string>{"1 outside working time",
+                                      "32 segment 22:00-06:00 on Saturdays"}),
+            evidence("2026-11-21 23:10:00"));
+  // A national holiday at working time.
+  EXPECT_EQ((std::vector<std::string>{
+                "1 a holiday: working time counts as non-working time"}),
+            evidence("2026-10-01 10:00:00"));
+  // A Monday worked on Friday's schedule.
+  EXPECT_EQ((std::vector<std::string>{
+                "2 segment 08:30-17:30 on Fridays (an extra working date on "
+                "that schedule)"}),
+            evidence("2026-10-12 10:00:00"));
+}
+
 TEST(GatewayConfigTest, ReportsMissingAndBrokenDocuments) {
   LibrarySession session;
   const std::string tmp = std::string(QUARN_TEST_TMP_DIR) + "/gateway";
@@ -271,7 +405,9 @@ TEST(GatewayConfigTest, ReportsMissingAndBrokenDocuments) {
     bool broken = false;
     bool missing = false;
     for (const std::string& p : config.problems()) {
-      if (p == tmp + "/ip_obj_mgr.xml: not a well-formed XML document")
+      if (p == tmp +
+                   "/ip_obj_mgr.xml: line 1, column 16: Error reading "
+                   "end tag.")
         broken = true;
       if (p == tmp + "/time_obj_mgr.xml: No such file or directory")
         missing = true;

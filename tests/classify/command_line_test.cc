@@ -1,7 +1,5 @@
-// The command line shared by the tool's commands, and the result writer of
-// the inspection commands.
+// The command line shared by the tool's commands.
 
-#include <stdio.h>
 #include <stdlib.h>
 
 #include <string>
@@ -11,7 +9,6 @@
 
 #include "tools/common/CommandLine.h"
 #include "tools/common/GatewayConfig.h"
-#include "tools/common/Output.h"
 
 namespace quarn_tool {
 namespace {
@@ -57,49 +54,6 @@ TEST(CommandLineTest, OneClearErrorForEachFault) {
   CommandLine line(Format::kJson, {{"--judge", true}});
   EXPECT_FALSE(line.Parse({"--judge"}));
   EXPECT_EQ("option --judge needs a value", line.error());
-}
-
-std::string Written(ResultWriter* writer, FILE* out, char** text,
-                    size_t* size) {
-  writer->Finish();
-  fclose(out);
-  std::string written(*text, *size);
-  free(*text);
-  return written;
-}
-
-TEST(ResultWriterTest, FittedTableOrOneObjectPerLine) {
-  char* text = nullptr;
-  size_t size = 0;
-  FILE* out = open_memstream(&text, &size);
-  ASSERT_NE(nullptr, out);
-  ResultWriter table(out, true, {"address", "class", "x"});
-  table.Caption("caption");
-  table.Row({"10.10.2.5", "102 财务部", "y"});
-  table.Row({"1.2.3.4", "-"});  // a short row
-  EXPECT_EQ(
-      "caption\n"
-      "address    class       x\n"
-      "---------  ----------  -\n"
-      "10.10.2.5  102 财务部  y\n"
-      "1.2.3.4    -\n",
-      Written(&table, out, &text, &size));
-
-  out = open_memstream(&text, &size);
-  ASSERT_NE(nullptr, out);
-  ResultWriter json(out, false, {"ignored"});
-  json.Caption("not in JSON");
-  for (int i = 0; i < 2; ++i) {
-    JsonWriter* item = json.BeginItem();
-    item->BeginObject();
-    item->Key("class");
-    item->Gbk("\xB2\xC6\xCE\xF1\xB2\xBF");  // 财务部
-    item->EndObject();
-    json.EndItem();
-  }
-  EXPECT_EQ("{\"class\":\"财务部\"}\n{\"class\":\"财务部\"}\n",
-            Written(&json, out, &text, &size));
-  EXPECT_EQ("0x0000A02A06000000", HexText(0x0000A02A06000000ull));
 }
 
 }  // namespace

@@ -172,6 +172,8 @@ void WriteClassificationJson(const ConnectionRecord& record,
   json->Uint(c.class_id);
   json->Key("class");
   json->Gbk(c.class_name);
+  json->Key("server");
+  json->Bool(c.inside_server);
   Evidence(explain, c.class_evidence, json);
   json->EndObject();
 
@@ -201,18 +203,16 @@ void WriteClassificationJson(const ConnectionRecord& record,
   WriteUrl(c, explain, json);
   WriteObjectSet("ip_objects", c.ip_object_mask, c.ip_objects, explain,
                  std::string(), json);
-  WriteObjectSet("time_objects", c.time_object_mask, c.time_objects, false,
-                 explain ? c.time_evidence : std::string(), json);
+  WriteObjectSet("time_objects", c.time_object_mask, c.time_objects, explain,
+                 c.time_evidence, json);
   WriteWho(c, explain, json);
   json->EndObject();
 }
 
-std::vector<TableWriter::Column> ClassificationColumns() {
-  return {{"line", 5},      {"time", 19},       {"client", 6},
-          {"inside", 21},   {"class", 12},      {"outside", 21},
-          {"area", 16},     {"app", 20},        {"url", 16},
-          {"white", 5},     {"ip objects", 12}, {"time objects", 12},
-          {"employee", 10}, {"account", 10}};
+std::vector<std::string> ClassificationTitles() {
+  return {"line",       "time",         "client",   "inside", "class",
+          "outside",    "area",         "app",      "url",    "white",
+          "ip objects", "time objects", "employee", "account"};
 }
 
 void ClassificationCells(const ConnectionRecord& record,
@@ -240,6 +240,29 @@ void ClassificationCells(const ConnectionRecord& record,
   cells->push_back(JoinNames(c.time_objects, cache));
   cells->push_back(c.has_employee ? cache->Get(c.employee) : "-");
   cells->push_back(c.signed_in ? cache->Get(c.account) : "-");
+}
+
+void ClassificationNotes(const Classification& c, Utf8Cache* cache,
+                         std::vector<std::string>* notes) {
+  notes->clear();
+  auto note = [&](const char* what, const std::string& evidence) {
+    if (!evidence.empty()) notes->push_back(what + cache->Get(evidence));
+  };
+  note("client: ", c.cs_evidence);
+  note("data direction: ", c.data_dir_evidence);
+  note("class: ", c.class_evidence);
+  note("app: ", c.app_evidence);
+  note("url: ", c.url_evidence);
+  for (const NamedId& object : c.ip_objects) {
+    note(("ip object " + cache->Get(object.name) + ": ").c_str(),
+         object.evidence);
+  }
+  note("time: ", c.time_evidence);
+  for (const NamedId& object : c.time_objects) {
+    note(("time object " + cache->Get(object.name) + ": ").c_str(),
+         object.evidence);
+  }
+  note("employee: ", c.employee_evidence);
 }
 
 }  // namespace quarn_tool

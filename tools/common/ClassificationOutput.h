@@ -20,11 +20,15 @@ void WriteClassificationJson(const ConnectionRecord& record,
                              const Classification& c, bool explain,
                              JsonWriter* json);
 
-// The columns of the table form, and one row's cells (UTF-8).
-std::vector<TableWriter::Column> ClassificationColumns();
+// The column titles of the table form, and one row's cells (UTF-8).
+std::vector<std::string> ClassificationTitles();
 void ClassificationCells(const ConnectionRecord& record,
                          const Classification& c, Utf8Cache* cache,
                          std::vector<std::string>* cells);
+// The evidence of a classification made with `explain`, one line (UTF-8)
+// per decision, for the lines under its table row.
+void ClassificationNotes(const Classification& c, Utf8Cache* cache,
+                         std::vector<std::string>* notes);
 
 // Dotted form of a host-order address, and "address:port".
 std::string IpText(uint32_t ip);

@@ -2,6 +2,7 @@
 
 #include <inttypes.h>
 #include <stdio.h>
+#include <strings.h>
 
 #include "address/InternetRange.h"
 #include "appid/CAppSubtypeReader.h"
@@ -13,8 +14,6 @@ namespace {
 
 const char* const kWeekdays[] = {"Sunday",   "Monday", "Tuesday", "Wednesday",
                                  "Thursday", "Friday", "Saturday"};
-
-bool LooksBroadcast(uint32_t ip) { return (ip & 0xFF) == 0xFF; }
 
 std::string RangeText(const IP_RANGE_PAIR& range) {
   if (range.first == range.second) return Orva::hip_to_string(range.first);
@@ -35,7 +34,9 @@ std::string HoldingRange(const std::vector<IP_RANGE_PAIR>& ranges,
 std::string AddressKind(const CLocalIPTypeTable& plan, uint32_t ip) {
   int type = 0;
   if (plan.IsIPInCompany(ip, &type)) {
-    return type == 31 ? "DMZ address" : "intranet address";
+    return static_cast<unsigned int>(type) == COrgStructInfo::ORG_DMZ
+               ? "DMZ address"
+               : "intranet address";
   }
   return plan.IsOutterAddr(ip) ? "outside address" : "private address";
 }
@@ -78,20 +79,57 @@ const char* CondText(uint32_t cond) {
 // The URL as the gateway sees it: without "http://" or "https://".
 std::string StripScheme(const std::string& url) {
   for (const char* scheme : {"http://", "https://"}) {
-    std::string s = scheme;
-    if (url.size() >= s.size() &&
-        strncasecmp(url.c_str(), s.c_str(), s.size()) == 0) {
-      return url.substr(s.size());
+    const size_t length = strlen(scheme);
+    if (url.size() >= length && strncasecmp(url.c_str(), scheme, length) == 0) {
+      return url.substr(length);
     }
   }
   return url;
 }
 
-// The host part of a URL without its scheme: up to the first '/', without
-// a port.
+// Where the host name of a URL without its scheme lies: after any
+// "user@", up to a port, a path, a query or a fragment.
+struct HostSpan {
+  size_t begin = 0;
+  size_t end = 0;
+  size_t authority_end = 0;  // where the path (or query) begins
+};
+
+HostSpan FindHost(const std::string& url) {
+  HostSpan span;
+  span.authority_end = url.find_first_of("/?#");
+  if (span.authority_end == std::string::npos) span.authority_end = url.size();
+  const size_t at = url.rfind('@', span.authority_end);
+  span.begin = at == std::string::npos ? 0 : at + 1;
+  const size_t colon = url.find(':', span.begin);
+  span.end = colon < span.authority_end ? colon : span.authority_end;
+  return span;
+}
+
+// Lower-cases the ASCII letters of the host, leaving the two bytes of each
+// GBK character as they are (a GBK trail byte may be an ASCII letter).
+void LowerHost(std::string* url) {
+  const HostSpan span = FindHost(*url);
+  for (size_t i = span.begin; i < span.end; ++i) {
+    const unsigned char c = (*url)[i];
+    if (c >= 0x81) {
+      ++i;
+    } else if (c >= 'A' && c <= 'Z') {
+      (*url)[i] = static_cast<char>(c - 'A' + 'a');
+    }
+  }
+}
+
 std::string HostOf(const std::string& url) {
-  std::string host = url.substr(0, url.find('/'));
-  return host.substr(0, host.find(':'));
+  const HostSpan span = FindHost(url);
+  return url.substr(span.begin, span.end - span.begin);
+}
+
+// The host and what follows the authority (path, query), without a user
+// or a port: what a white-list entry with a path is compared with.
+std::string HostAndPathOf(const std::string& url) {
+  const HostSpan span = FindHost(url);
+  return HostOf(url) + url.substr(span.authority_end);
 }
 
 void Categories(uint64_t word, bool system, const CSimpleURLTypeConfig& names,
@@ -109,6 +147,118 @@ void Categories(uint64_t word, bool system, const CSimpleURLTypeConfig& names,
     }
     out->push_back(category);
   }
+}
+
+// The library's client test for a connection from `first` to `second`.
+DIR_CS JudgeClient(uint32_t first, uint32_t second) {
+  const tagIPv4_CONNECT_ADDR addr = {first, 0, second, 0};
+  DIR_CS cs = DIR_CS_UNKNOWN;
+  quarn_JudgeCSDir(addr, cs);
+  return cs;
+}
+
+// Why the library's client test gave `cs`. The test makes an end that
+// looks like a broadcast address the server before it asks whether the
+// first end is an outside address. Which of the two decided is read off the
+// library's answers rather than worked out beside them: only the broadcast
+// test makes an inside first end the server, or an outside one the client.
+// When both would give the same answer, the outside test is named.
+std::string ClientEvidence(const tagIPv4_CONNECT_ADDR& addr, DIR_CS cs) {
+  const bool first_outside = GetIP_IsOutterAddr(addr.first_ip) != 0;
+  if (cs == DIR_CS_FIRST_SERVER) {
+    return first_outside
+               ? "first end is an outside address: it is the server"
+               : "first end looks like a broadcast address: it is the server";
+  }
+  // An inside address at both ends of a connection is the server only when
+  // it looks like a broadcast address.
+  if (first_outside ||
+      (GetIP_IsOutterAddr(addr.second_ip) == 0 &&
+       JudgeClient(addr.second_ip, addr.second_ip) == DIR_CS_FIRST_SERVER)) {
+    return "second end looks like a broadcast address: it is the server";
+  }
+  return "first end is not an outside address: it is the client";
+}
+
+// Whether the library counts `port` as the port of a service: the
+// unknown-application id it gives a connection with that port at both ends.
+bool IsServicePort(uint16_t port) {
+  const tagIPv4_CONNECT_ADDR probe = {0, port, 0, port};
+  return quarn_GetUKAppId(probe, 0) == CAppSubtypeReader::APP_EX_UK_SERVICE;
+}
+
+std::string PortList(const std::vector<uint16_t>& ports) {
+  std::string text = ports.size() == 1 ? "port " : "ports ";
+  for (size_t i = 0; i < ports.size(); ++i) {
+    if (i > 0) text += " and ";
+    text += std::to_string(ports[i]);
+  }
+  return text;
+}
+
+// Why the library gave the unknown-application id `appid`.
+std::string UnknownAppEvidence(const tagIPv4_CONNECT_ADDR& addr,
+                               uint32_t appid) {
+  const bool service = appid == CAppSubtypeReader::APP_EX_UK_SERVICE ||
+                       CAppSubtypeReader::GetExtGrpAppType(appid) ==
+                           CAppSubtypeReader::APP_EX_UK_SERVICE;
+  std::vector<uint16_t> ports;
+  for (uint16_t port : {addr.first_port, addr.second_port}) {
+    if (IsServicePort(port) == service) ports.push_back(port);
+  }
+  if (ports.size() == 2 && ports[0] == ports[1]) ports.pop_back();
+  if (ports.empty()) {
+    return std::string("no user-defined application: unknown ") +
+           (service ? "service" : "data");
+  }
+  if (service) {
+    return "no user-defined application; " + PortList(ports) +
+           (ports.size() == 1 ? " is a service port" : " are service ports") +
+           ": unknown service";
+  }
+  return "no user-defined application; " + PortList(ports) +
+         (ports.size() == 1 ? " is a data port" : " are data ports") +
+         ": unknown data";
+}
+
+const char* const kDays[] = {"Sundays",   "Mondays", "Tuesdays", "Wednesdays",
+                             "Thursdays", "Fridays", "Saturdays"};
+
+std::string Clock(int hour, int minute) {
+  char text[8];
+  snprintf(text, sizeof(text), "%02d:%02d", hour % 100, minute % 100);
+  return text;
+}
+
+// What made time object `id` hold at `t`: the segment of its schedule that
+// holds, or the rule that gives the non-working or the all-time id.
+std::string TimeObjectEvidence(const CTimeObjMgrConfig& mgr, uint64_t id,
+                               const LocalTime& t) {
+  const int month = t.month - 1;
+  if (id == CTimeObjMgrConfig::ms_all_time_id) {
+    return "no time object is configured: every one holds";
+  }
+  if (id == CTimeObjMgrConfig::ms_offduty_time_id) {
+    return mgr.IsHoliday(month, t.day)
+               ? "a holiday: working time counts as non-working time"
+               : "outside working time";
+  }
+  const int index = mgr.find(id);
+  if (index < 0) return std::string();
+  // An extra working date runs on another weekday's schedule.
+  const int schedule = mgr.IsWorkingDate(month, t.day);
+  const int weekday = schedule >= 0 ? schedule : t.weekday;
+  for (const auto& item : mgr.objs[index].segs) {
+    if (item.week[weekday] == 0 || item.seg.cmp(t.hour, t.minute) != 0) {
+      continue;
+    }
+    std::string text =
+        "segment " + Clock(item.seg.begin_hour, item.seg.begin_minute) + "-" +
+        Clock(item.seg.end_hour, item.seg.end_minute) + " on " + kDays[weekday];
+    if (schedule >= 0) text += " (an extra working date on that schedule)";
+    return text;
+  }
+  return std::string();
 }
 
 }  // namespace
@@ -142,16 +292,25 @@ std::string ClassName(const CLocalIPTypeTable& plan, uint32_t id) {
 
 URL_GROUP_TYPE LookUpUrl(GatewayConfig* config, const std::string& url,
                          Classification* out) {
-  out->has_url = true;
-  out->url = StripScheme(url);
   URL_GROUP_TYPE set;
+  out->url = StripScheme(url);
+  out->has_url = !out->url.empty();
+  if (!out->has_url) return set;
+  LowerHost(&out->url);
   CURL_Type_Finder_Ex& finder = config->urls();
   finder.find_url(out->url.data(), static_cast<int>(out->url.size()), set);
   Categories(set.hitype, true, finder.system_names(), &out->sys_categories);
   Categories(set.lotype, false, finder.user_names(), &out->user_categories);
   out->url_type_name = finder.GetURLTypeName(set);
-  const std::string host = HostOf(out->url);
-  out->white = config->white_urls().IsWhiteHost(host.data(), host.size());
+  const CWhiteURLConfig& white = config->white_urls();
+  out->white_asked.push_back(HostOf(out->url));
+  out->white = white.IsWhiteHost(out->white_asked.back().data(),
+                                 out->white_asked.back().size()) != 0;
+  const std::string with_path = HostAndPathOf(out->url);
+  if (!out->white && with_path != out->white_asked.back()) {
+    out->white_asked.push_back(with_path);
+    out->white = white.IsWhiteHost(with_path.data(), with_path.size()) != 0;
+  }
   return set;
 }
 
@@ -170,21 +329,17 @@ void IPObjectList(const CIPObjMgr& mgr, uint64_t mask,
 }
 
 void TimeObjectList(const CTimeObjMgrConfig& mgr, uint64_t mask,
-                    std::vector<NamedId>* out) {
-  if (mask == CTimeObjMgrConfig::ms_all_time_id) {
-    NamedId all;
-    all.id = mask;
-    all.name = mgr.GetTimeObjIdString(mask);
-    out->push_back(all);
-    return;
-  }
+                    std::vector<NamedId>* out, const LocalTime* when) {
   for (int bit = 0; bit < 64; ++bit) {
-    const uint64_t id = uint64_t{1} << bit;
+    const uint64_t id =
+        mask == CTimeObjMgrConfig::ms_all_time_id ? mask : uint64_t{1} << bit;
     if ((mask & id) == 0) continue;
     NamedId named;
     named.id = id;
     named.name = mgr.GetTimeObjIdString(id);
+    if (when != nullptr) named.evidence = TimeObjectEvidence(mgr, id, *when);
     out->push_back(named);
+    if (id == mask) break;
   }
 }
 
@@ -224,15 +379,8 @@ void ConnectionClassifier::Directions(const ConnectionRecord& record,
   if (by_app) {
     out->cs_evidence = "user-defined application \"" + app_item_->name +
                        "\" (" + CondText(app_item_->cond_type) + ")";
-  } else if (LooksBroadcast(addr.first_ip)) {
-    out->cs_evidence = "first end ends in .255 (broadcast): it is the server";
-  } else if (LooksBroadcast(addr.second_ip)) {
-    out->cs_evidence = "second end ends in .255 (broadcast): it is the server";
   } else {
-    out->cs_evidence =
-        std::string("first end is ") +
-        (plan.IsOutterAddr(addr.first_ip) ? "an outside" : "not an outside") +
-        " address";
+    out->cs_evidence = ClientEvidence(addr, cs);
   }
   out->data_dir_evidence = "first end " + AddressKind(plan, addr.first_ip) +
                            ", second end " + AddressKind(plan, addr.second_ip);
@@ -244,23 +392,36 @@ void ConnectionClassifier::InsideClass(bool explain,
   const uint32_t ip = out->inside_ip;
   out->class_id = static_cast<uint32_t>(plan.GetDepartmentIdByIP(ip));
   out->class_name = ClassName(plan, out->class_id);
+  out->inside_server = plan.IsServerIP(ip) != 0;
   if (!explain) return;
   const COrgStructInfo::tagDEPARTMENT_ITEM* dep =
       plan.intranet().FindDepartmentByIP(ip);
+  const bool listed = dep != nullptr && dep->id == out->class_id &&
+                      COrgStructInfo::IsInThisDepartment(ip, *dep) != 0;
+  const std::string intranet_range = HoldingRange(plan.intranet().ranges(), ip);
   if (out->class_id == COrgStructInfo::ORG_DMZ) {
     out->class_evidence = "DMZ range " + HoldingRange(plan.dmz().ranges(), ip);
-  } else if (out->class_id == COrgStructInfo::ORG_UNCLASSIFIED) {
-    out->class_evidence = "intranet range " +
-                          HoldingRange(plan.intranet().ranges(), ip) +
-                          ", in no department";
-  } else if (dep != nullptr && dep->id == out->class_id) {
+  } else if (listed) {
     std::string range = HoldingRange(dep->ranges, ip);
     out->class_evidence = range.empty() ? "address listed in the department"
                                         : "department range " + range;
+  } else if (out->class_id == COrgStructInfo::ORG_UNCLASSIFIED &&
+             !intranet_range.empty()) {
+    out->class_evidence =
+        "intranet range " + intranet_range + ", in no department";
+  } else if (out->class_id == COrgStructInfo::ORG_UNCLASSIFIED) {
+    // Outside every range and department, only the unknown address gets
+    // the placeholder.
+    out->class_evidence = "the unknown address " + Orva::hip_to_string(ip) +
+                          ": the placeholder for hosts in no department";
   } else if (out->class_id == COrgStructInfo::ORG_ABNORMAL_INTRANET) {
     out->class_evidence = "private address outside the company ranges";
   } else {
     out->class_evidence = "address outside the company ranges";
+  }
+  const std::string server_range = HoldingRange(plan.server().ranges(), ip);
+  if (out->inside_server && !server_range.empty()) {
+    out->class_evidence += "; server range " + server_range;
   }
 }
 
@@ -293,11 +454,7 @@ void ConnectionClassifier::Application(const ConnectionRecord& record,
                         PortRanges(app_item_->ports) + ", addresses " +
                         IpRanges(app_item_->ips);
   } else {
-    const bool service =
-        record.addr.first_port <= 1024 || record.addr.second_port <= 1024;
-    out->app_evidence = std::string("no user-defined application; ") +
-                        (service ? "a port at or below 1024: unknown service"
-                                 : "both ports above 1024: unknown data");
+    out->app_evidence = UnknownAppEvidence(record.addr, out->appid);
   }
 }
 
@@ -305,14 +462,19 @@ void ConnectionClassifier::Url(const ConnectionRecord& record, bool explain,
                                Classification* out) {
   if (record.url.empty() || !config_->has_urls()) return;
   const URL_GROUP_TYPE set = LookUpUrl(config_, record.url, out);
-  if (!explain) return;
+  if (!explain || !out->has_url) return;
   char words[80];
   snprintf(words, sizeof(words),
            "system word 0x%016" PRIX64 ", user word 0x%016" PRIX64, set.hitype,
            set.lotype);
-  out->url_evidence = std::string(words) + "; host \"" + HostOf(out->url) +
-                      "\" " + (out->white ? "on" : "not on") +
-                      " the white list";
+  std::string white;
+  for (size_t i = 0; i < out->white_asked.size(); ++i) {
+    const bool last = i + 1 == out->white_asked.size();
+    white += std::string(i == 0 ? "host" : ", host and path") + " \"" +
+             out->white_asked[i] + "\" " +
+             (last && out->white ? "on" : "not on") + " the white list";
+  }
+  out->url_evidence = std::string(words) + "; " + white;
 }
 
 void ConnectionClassifier::IPObjects(const ConnectionRecord& record,
@@ -339,7 +501,8 @@ void ConnectionClassifier::TimeObjects(const ConnectionRecord& record,
   const LocalTime& t = record.time;
   out->time_object_mask =
       mgr.get_time_type(t.month - 1, t.day, t.hour, t.minute, t.weekday);
-  TimeObjectList(mgr, out->time_object_mask, &out->time_objects);
+  TimeObjectList(mgr, out->time_object_mask, &out->time_objects,
+                 explain ? &t : nullptr);
   if (!explain) return;
   char text[64];
   snprintf(text, sizeof(text), "%s %02d:%02d, %s", kWeekdays[t.weekday], t.hour,
@@ -351,11 +514,9 @@ void ConnectionClassifier::TimeObjects(const ConnectionRecord& record,
 void ConnectionClassifier::Employee(bool explain, Classification* out) {
   if (!config_->has_employees()) return;
   const uint32_t ip = out->inside_ip;
-  CEmployeeInfoMgr& employees = config_->employees();
-  int cursor = employees.GetHeadBlockByOneIP(ip);
-  const EMPLOYEE_INFO* r =
-      cursor == -1 ? nullptr
-                   : employees.GetNextBlockFromHeadByOneIP(ip, cursor);
+  // The record a gateway process asks for with each connection: of the
+  // records running on the address, the most recently active.
+  const EMPLOYEE_INFO* r = config_->employees().FindLastEmployeeByRunIP(ip);
   if (r != nullptr) {
     int from_ip = 0;
     out->has_employee = true;
@@ -363,7 +524,8 @@ void ConnectionClassifier::Employee(bool explain, Classification* out) {
     out->employee_dep_id = r->dep_id;
     out->employee_dep = ClassName(*config_->plan(), r->dep_id);
     if (explain) {
-      out->employee_evidence = "employee record of " + Orva::hip_to_string(ip);
+      out->employee_evidence = "the most recently active employee record of " +
+                               Orva::hip_to_string(ip);
     }
   } else if (explain) {
     out->employee_evidence =

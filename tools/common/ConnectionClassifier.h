@@ -33,9 +33,11 @@ struct Classification {
   uint16_t outside_port = 0;
 
   // Company class or department of the inside end (21, 25, 31, 40, 50 or
-  // a department id) and its name.
+  // a department id) and its name, and whether it lies in a server or DMZ
+  // range.
   uint32_t class_id = 0;
   std::string class_name;
+  bool inside_server = false;
 
   NamedId area1;  // internet areas of the outside end
   NamedId area2;
@@ -46,11 +48,15 @@ struct Classification {
   std::string app_item;  // the administrator's application name, if any
 
   bool has_url = false;
-  std::string url;                       // without its scheme
+  // As the library was asked: without its scheme, the host lower-cased.
+  std::string url;
   std::vector<NamedId> sys_categories;   // id: bit of the system word
   std::vector<NamedId> user_categories;  // id: bit of the user word
   std::string url_type_name;
   bool white = false;
+  // The texts the white list was asked with, in order: the host, then the
+  // host with the path (when there is one). The last asked answered.
+  std::vector<std::string> white_asked;
 
   uint64_t ip_object_mask = 0;
   std::vector<NamedId> ip_objects;
@@ -72,7 +78,7 @@ struct Classification {
   std::string class_evidence;
   std::string app_evidence;
   std::string url_evidence;
-  std::string time_evidence;
+  std::string time_evidence;  // the instant as the time objects saw it
   std::string employee_evidence;
 };
 
@@ -111,10 +117,16 @@ class ConnectionClassifier {
 // departments and the abnormal classes; the DMZ has a name of its own. GBK.
 std::string ClassName(const CLocalIPTypeTable& plan, uint32_t id);
 
-// The URL categories of `url` (with or without its scheme) and whether its
-// host is on the white list: fills the URL fields of *out (has_url, url,
-// the category lists, url_type_name, white). Returns the category words,
-// for the evidence. `config` must have loaded kConfigUrls.
+// The URL categories of `url` (GBK, with or without its scheme) and
+// whether it is on the white list: fills the URL fields of *out (has_url,
+// url, the category lists, url_type_name, white, white_asked). Host names
+// are case-insensitive and the library's lookups byte-wise, so the host
+// (not the path) is lower-cased before the finder and the white list are
+// asked. The white list is asked with the host alone, then, when that does
+// not hold and the URL has a path, with the host and the path (so that an
+// entry that names a path can match). Returns the category words, for the
+// evidence. A URL that is empty once its scheme is taken away leaves
+// has_url false. `config` must have loaded kConfigUrls.
 URL_GROUP_TYPE LookUpUrl(GatewayConfig* config, const std::string& url,
                          Classification* out);
 
@@ -126,9 +138,10 @@ void IPObjectList(
     std::vector<const CIPObjMgr::tagONE_IP_MGR_OBJ*>* objects = nullptr);
 
 // The time objects of `mask`, from its lowest bit up; the all-time mask is
-// the single all-time object.
+// the single all-time object. With `when`, each object's evidence says
+// what made it hold at that instant.
 void TimeObjectList(const CTimeObjMgrConfig& mgr, uint64_t mask,
-                    std::vector<NamedId>* out);
+                    std::vector<NamedId>* out, const LocalTime* when = nullptr);
 
 // Text forms of the library's direction values: "DIR_CS_FIRST_CLIENT"...
 const char* CsDirName(DIR_CS dir);

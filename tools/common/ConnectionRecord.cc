@@ -1,14 +1,29 @@
 #include "tools/common/ConnectionRecord.h"
 
 #include <ctype.h>
-#include <stdlib.h>
 #include <string.h>
+#include <strings.h>
+
+#include <simdjson.h>
 
 #include "base/OrvaAddr.h"
+#include "base/OrvaText.h"
 
 namespace quarn_tool {
 
 namespace {
+
+enum Field {
+  kTime,
+  kFirstIp,
+  kFirstPort,
+  kSecondIp,
+  kSecondPort,
+  kTransport,
+  kUrl,
+  kMac,
+  kFieldCount
+};
 
 const char* const kFieldNames[] = {"time",      "first_ip",    "first_port",
                                    "second_ip", "second_port", "transport",
@@ -16,21 +31,31 @@ const char* const kFieldNames[] = {"time",      "first_ip",    "first_port",
 const bool kFieldRequired[] = {true, true, true,  true,
                                true, true, false, false};
 
-int FieldIndex(const std::string& name) {
-  for (int i = 0; i < 8; ++i) {
-    if (name == kFieldNames[i]) return i;
+const char kByteOrderMark[] = "\xEF\xBB\xBF";
+
+int FieldIndex(std::string_view name) {
+  for (int i = 0; i < kFieldCount; ++i) {
+    if (name.size() == strlen(kFieldNames[i]) &&
+        strncasecmp(name.data(), kFieldNames[i], name.size()) == 0) {
+      return i;
+    }
   }
   return -1;
 }
 
-std::string Trim(const std::string& text) {
-  size_t begin = 0;
-  size_t end = text.size();
-  while (begin < end && isspace(static_cast<unsigned char>(text[begin])))
-    ++begin;
-  while (end > begin && isspace(static_cast<unsigned char>(text[end - 1])))
-    --end;
-  return text.substr(begin, end - begin);
+std::string_view Trim(std::string_view text) {
+  while (!text.empty() && isspace(static_cast<unsigned char>(text.front())))
+    text.remove_prefix(1);
+  while (!text.empty() && isspace(static_cast<unsigned char>(text.back())))
+    text.remove_suffix(1);
+  return text;
+}
+
+bool IsAscii(const std::string& text) {
+  for (unsigned char c : text) {
+    if (c >= 0x80) return false;
+  }
+  return true;
 }
 
 bool IsLeap(int year) {
@@ -52,7 +77,7 @@ int Weekday(int year, int month, int day) {
 }
 
 // Exactly `count` digits at text[*pos], then advances past them.
-bool Digits(const std::string& text, size_t* pos, int count, int* value) {
+bool Digits(std::string_view text, size_t* pos, int count, int* value) {
   if (*pos + count > text.size()) return false;
   int v = 0;
   for (int i = 0; i < count; ++i) {
@@ -65,8 +90,10 @@ bool Digits(const std::string& text, size_t* pos, int count, int* value) {
   return true;
 }
 
-bool Expect(const std::string& text, size_t* pos, const char* choices) {
-  if (*pos >= text.size() || strchr(choices, text[*pos]) == nullptr)
+// One of the characters of `choices` at text[*pos], then advances past it.
+bool Expect(std::string_view text, size_t* pos, const char* choices) {
+  if (*pos >= text.size() || text[*pos] == '\0' ||
+      strchr(choices, text[*pos]) == nullptr)
     return false;
   ++*pos;
   return true;
@@ -95,9 +122,31 @@ bool ParseTransport(const std::string& text, int* transport) {
   return true;
 }
 
+std::string FieldError(int field, const char* what) {
+  return std::string("field \"") + kFieldNames[field] + "\": " + what;
+}
+
+// The text of a JSON value given for a field: a string as it is, an integer
+// in decimal. False for any other type.
+bool JsonFieldText(simdjson::dom::element value, std::string* text) {
+  std::string_view string;
+  int64_t signed_number = 0;
+  uint64_t number = 0;
+  if (value.get_string().get(string) == simdjson::SUCCESS) {
+    text->assign(string.data(), string.size());
+  } else if (value.get_int64().get(signed_number) == simdjson::SUCCESS) {
+    *text = std::to_string(signed_number);
+  } else if (value.get_uint64().get(number) == simdjson::SUCCESS) {
+    *text = std::to_string(number);
+  } else {
+    return false;
+  }
+  return true;
+}
+
 }  // namespace
 
-bool ParseLocalTime(const std::string& text, LocalTime* time) {
+bool ParseLocalTime(std::string_view text, LocalTime* time) {
   LocalTime t;
   size_t pos = 0;
   if (!Digits(text, &pos, 4, &t.year) || !Expect(text, &pos, "-") ||
@@ -121,10 +170,38 @@ bool ParseLocalTime(const std::string& text, LocalTime* time) {
   return true;
 }
 
-RecordReader::Result RecordReader::Feed(const std::string& text, int64_t line,
+// The JSON parser keeps its buffers from line to line; the line is copied
+// into a buffer of its own, long enough for the padding the parser reads
+// past the end of the text.
+struct RecordReader::Json {
+  simdjson::dom::parser parser{kMaxRecordBytes};
+  std::vector<char> buffer;
+};
+
+RecordReader::RecordReader()
+    : values_(kFieldCount), present_(kFieldCount), json_(new Json) {}
+
+RecordReader::~RecordReader() = default;
+
+void RecordReader::ClearValues() {
+  for (int field = 0; field < kFieldCount; ++field) {
+    values_[field].clear();
+    present_[field] = false;
+  }
+}
+
+RecordReader::Result RecordReader::Feed(std::string_view text, int64_t line,
                                         ConnectionRecord* record,
                                         std::string* error) {
-  std::string trimmed = Trim(text);
+  if (!started_) {
+    started_ = true;
+    if (text.substr(0, 3) == kByteOrderMark) text.remove_prefix(3);
+  }
+  if (text.size() > kMaxRecordBytes) {
+    *error = "record longer than " + std::to_string(kMaxRecordBytes) + " bytes";
+    return kError;
+  }
+  const std::string_view trimmed = Trim(text);
   if (trimmed.empty()) return kSkip;
   if (format_ == kUnknown) {
     if (trimmed[0] == '{') {
@@ -138,21 +215,19 @@ RecordReader::Result RecordReader::Feed(const std::string& text, int64_t line,
     *error = "no usable header line";
     return kError;
   }
-  values_.assign(kFieldCount, std::string());
-  present_.assign(kFieldCount, false);
-  bool split =
+  ClearValues();
+  const bool split =
       format_ == kJson ? SplitJson(trimmed, error) : SplitCsv(trimmed, error);
   if (!split) return kError;
-  *record = ConnectionRecord();
   record->line = line;
   return Build(record, error) ? kRecord : kError;
 }
 
-bool RecordReader::ParseHeader(const std::string& text, std::string* error) {
+bool RecordReader::ParseHeader(std::string_view text, std::string* error) {
   if (!SplitCsv(text, error)) return false;
   std::vector<int> column_of(kFieldCount, -1);
   for (size_t i = 0; i < cells_.size(); ++i) {
-    int field = FieldIndex(Trim(cells_[i]));
+    const int field = FieldIndex(Trim(cells_[i]));
     if (field >= 0) column_of[field] = static_cast<int>(i);
   }
   for (int field = 0; field < kFieldCount; ++field) {
@@ -165,41 +240,48 @@ bool RecordReader::ParseHeader(const std::string& text, std::string* error) {
   return true;
 }
 
-bool RecordReader::SplitCsv(const std::string& text, std::string* error) {
-  cells_.clear();
-  std::string cell;
+bool RecordReader::SplitCsv(std::string_view text, std::string* error) {
+  size_t count = 0;  // cells of this line so far; cells_ only grows
+  auto next_cell = [&]() -> std::string& {
+    if (count == cells_.size()) cells_.emplace_back();
+    std::string& cell = cells_[count++];
+    cell.clear();
+    return cell;
+  };
+  std::string* cell = &next_cell();
   bool quoted = false;
   bool was_quoted = false;
   for (size_t i = 0; i <= text.size(); ++i) {
     const char c = i < text.size() ? text[i] : ',';
     if (quoted) {
       if (i == text.size()) {
-        *error = "column " + std::to_string(cells_.size() + 1) +
-                 ": unterminated quoted field";
+        *error =
+            "column " + std::to_string(count) + ": unterminated quoted field";
         return false;
       }
       if (c != '"') {
-        cell += c;
+        *cell += c;
       } else if (i + 1 < text.size() && text[i + 1] == '"') {
-        cell += '"';
+        *cell += '"';
         ++i;
       } else {
         quoted = false;
       }
-    } else if (c == '"' && Trim(cell).empty() && !was_quoted) {
-      cell.clear();
+    } else if (c == '"' && Trim(*cell).empty() && !was_quoted) {
+      cell->clear();
       quoted = was_quoted = true;
     } else if (c == ',') {
-      cells_.push_back(was_quoted ? cell : Trim(cell));
-      cell.clear();
+      if (!was_quoted) cell->assign(std::string(Trim(*cell)));
+      if (i < text.size()) cell = &next_cell();
       was_quoted = false;
     } else {
-      cell += c;
+      *cell += c;
     }
   }
+  cells_.resize(count);
   if (column_of_.empty()) return true;  // the header itself
   for (int field = 0; field < kFieldCount; ++field) {
-    int column = column_of_[field];
+    const int column = column_of_[field];
     if (column >= 0 && column < static_cast<int>(cells_.size()) &&
         !cells_[column].empty()) {
       values_[field] = cells_[column];
@@ -209,108 +291,36 @@ bool RecordReader::SplitCsv(const std::string& text, std::string* error) {
   return true;
 }
 
-// A flat object of string, number and null values: what one line of JSON
-// Lines input holds. Unknown keys are ignored.
-bool RecordReader::SplitJson(const std::string& text, std::string* error) {
-  size_t pos = 1;
-  auto skip_space = [&]() {
-    while (pos < text.size() && isspace(static_cast<unsigned char>(text[pos])))
-      ++pos;
-  };
-  auto read_string = [&](std::string* out) {
-    out->clear();
-    ++pos;  // the opening quote
-    while (pos < text.size() && text[pos] != '"') {
-      char c = text[pos++];
-      if (c == '\\' && pos < text.size()) {
-        char e = text[pos++];
-        switch (e) {
-          case 'n':
-            c = '\n';
-            break;
-          case 't':
-            c = '\t';
-            break;
-          case 'r':
-            c = '\r';
-            break;
-          case 'b':
-            c = '\b';
-            break;
-          case 'f':
-            c = '\f';
-            break;
-          case 'u':
-            return false;  // no field needs it
-          default:
-            c = e;
-        }
-      }
-      *out += c;
-    }
-    if (pos >= text.size()) return false;
-    ++pos;
-    return true;
-  };
-  std::string key;
-  std::string value;
-  skip_space();
-  if (pos < text.size() && text[pos] == '}') {
-    ++pos;
-  } else {
-    for (;;) {
-      skip_space();
-      if (pos >= text.size() || text[pos] != '"' || !read_string(&key)) {
-        *error = "not a JSON object of fields (bad key)";
-        return false;
-      }
-      skip_space();
-      if (pos >= text.size() || text[pos] != ':') {
-        *error = "field \"" + key + "\": no ':' after the key";
-        return false;
-      }
-      ++pos;
-      skip_space();
-      bool is_null = false;
-      if (pos < text.size() && text[pos] == '"') {
-        if (!read_string(&value)) {
-          *error = "field \"" + key + "\": bad string";
-          return false;
-        }
-      } else {
-        size_t begin = pos;
-        while (pos < text.size() && text[pos] != ',' && text[pos] != '}' &&
-               !isspace(static_cast<unsigned char>(text[pos])))
-          ++pos;
-        value = text.substr(begin, pos - begin);
-        is_null = value == "null";
-        if (value.empty() || value[0] == '{' || value[0] == '[') {
-          *error = "field \"" + key + "\": not a text or a number";
-          return false;
-        }
-      }
-      int field = FieldIndex(key);
-      if (field >= 0 && !is_null) {
-        values_[field] = value;
-        present_[field] = true;
-      }
-      skip_space();
-      if (pos < text.size() && text[pos] == ',') {
-        ++pos;
-        continue;
-      }
-      if (pos < text.size() && text[pos] == '}') {
-        ++pos;
-        break;
-      }
-      *error = "field \"" + key + "\": expected ',' or '}' after the value";
+bool RecordReader::SplitJson(std::string_view text, std::string* error) {
+  std::vector<char>& buffer = json_->buffer;
+  if (buffer.size() < text.size() + simdjson::SIMDJSON_PADDING) {
+    buffer.assign(text.size() + simdjson::SIMDJSON_PADDING, '\0');
+  }
+  memcpy(buffer.data(), text.data(), text.size());
+  simdjson::dom::element document;
+  const simdjson::error_code failure =
+      json_->parser.parse(buffer.data(), text.size(), false).get(document);
+  if (failure != simdjson::SUCCESS) {
+    *error = std::string("not valid JSON: ") + simdjson::error_message(failure);
+    return false;
+  }
+  simdjson::dom::object object;
+  if (document.get_object().get(object) != simdjson::SUCCESS) {
+    *error = "not a JSON object";
+    return false;
+  }
+  for (simdjson::dom::key_value_pair member : object) {
+    const int field = FieldIndex(member.key);
+    if (field < 0) continue;       // not ours, whatever it holds
+    if (member.value.is_null()) {  // null: the field is absent
+      values_[field].clear();
+      present_[field] = false;
+    } else if (JsonFieldText(member.value, &values_[field])) {
+      present_[field] = true;
+    } else {
+      *error = FieldError(field, "not a text or an integer");
       return false;
     }
-  }
-  skip_space();
-  if (pos != text.size()) {
-    *error = "text after the end of the object";
-    return false;
   }
   return true;
 }
@@ -318,13 +328,12 @@ bool RecordReader::SplitJson(const std::string& text, std::string* error) {
 bool RecordReader::Build(ConnectionRecord* record, std::string* error) const {
   for (int field = 0; field < kFieldCount; ++field) {
     if (kFieldRequired[field] && !present_[field]) {
-      *error = std::string("field \"") + kFieldNames[field] + "\": missing";
+      *error = FieldError(field, "missing");
       return false;
     }
   }
   auto bad = [&](int field, const char* what) {
-    *error = std::string("field \"") + kFieldNames[field] + "\": " + what +
-             ": \"" + values_[field] + "\"";
+    *error = FieldError(field, what) + ": \"" + values_[field] + "\"";
     return false;
   };
   record->time_text = values_[kTime];
@@ -340,12 +349,17 @@ bool RecordReader::Build(ConnectionRecord* record, std::string* error) const {
     return bad(kSecondPort, "not a port 0-65535");
   if (!ParseTransport(values_[kTransport], &record->transport))
     return bad(kTransport, "not tcp or udp");
-  record->url = values_[kUrl];
-  if (present_[kMac]) {
-    if (!Orva::a_to_mac_addr(values_[kMac].c_str(), record->mac))
-      return bad(kMac, "not a MAC address");
-    record->has_mac = true;
+  // The library takes text in its own code page.
+  if (IsAscii(values_[kUrl])) {
+    record->url = values_[kUrl];
+  } else {
+    record->url = Orva::UTF8_to_HOME(values_[kUrl]);
   }
+  record->has_mac = present_[kMac];
+  memset(record->mac, 0, sizeof(record->mac));
+  if (record->has_mac &&
+      !Orva::a_to_mac_addr(values_[kMac].c_str(), record->mac))
+    return bad(kMac, "not a MAC address");
   return true;
 }
 

@@ -1,9 +1,13 @@
 #include "tools/common/GatewayConfig.h"
 
 #include <errno.h>
+#include <fcntl.h>
 #include <stdio.h>
 #include <string.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include "address/InternetRange.h"
 #include "appid/CAppSubtypeReader.h"
 #include "base/CTinyXmlEx.h"
 #include "base/OrvaPath.h"
@@ -20,27 +24,42 @@ const uint64_t kSystemUrlSlot = 1 << 20;
 const uint64_t kUserUrlSlot = 1 << 16;
 
 // Why a document that a loader refused was refused, as far as we can tell
-// from outside: the file cannot be read, it is not XML, or the loader did
-// not accept its content.
+// from outside: the file cannot be read, it is not well-formed XML (where
+// the parser stopped), or the loader did not accept its content.
 std::string WhyRefused(const std::string& path) {
-  FILE* file = fopen(path.c_str(), "rb");
-  if (file == nullptr) return strerror(errno);
-  fclose(file);
   CTinyXmlEx doc;
-  if (doc.open_for_readonly(path.c_str()) != 0) {
-    return "not a well-formed XML document";
-  }
+  if (doc.open_for_readonly(path.c_str()) != 0) return doc.error();
   return "the loader refused the document (root element or version)";
 }
 
+// Whether `path` is a regular file that can be opened for reading; else
+// why not in *why.
 bool Readable(const std::string& path, std::string* why) {
-  FILE* file = fopen(path.c_str(), "rb");
-  if (file == nullptr) {
-    *why = strerror(errno);
-    return false;
+  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  struct stat st;
+  int error = 0;
+  if (fd < 0) {
+    error = errno;
+  } else if (fstat(fd, &st) != 0) {
+    error = errno;
+  } else if (S_ISDIR(st.st_mode)) {
+    error = EISDIR;
   }
-  fclose(file);
-  return true;
+  if (fd >= 0) close(fd);
+  if (error != 0) *why = strerror(error);
+  return error == 0;
+}
+
+// Why a URL database gave no category: the file cannot be read, is not
+// well-formed XML, or holds none.
+std::string WhyNoCategory(const std::string& path) {
+  std::string why;
+  if (!Readable(path, &why)) return why;
+  if (path.size() > 4 && path.compare(path.size() - 4, 4, ".xml") == 0) {
+    CTinyXmlEx doc;
+    if (doc.open_for_readonly(path.c_str()) != 0) return doc.error();
+  }
+  return "no URL category loaded";
 }
 
 }  // namespace
@@ -67,6 +86,7 @@ bool GatewayConfig::Load(const std::string& dir, int parts) {
   if (parts & kConfigObjects) LoadObjects();
   if (parts & kConfigUrls) LoadUrls();
   if (parts & kConfigEmployees) LoadEmployees();
+  if (parts & kConfigAreas) CheckAreas();
   return true;
 }
 
@@ -86,6 +106,14 @@ bool GatewayConfig::LoadPlan() {
 }
 
 void GatewayConfig::LoadApps() {
+  // The protocol tree is the library's, read when it started; without it
+  // every application name is empty.
+  if (CAppSubtypeReader::FindItemByAppid(CAppSubtypeReader::APP_EXTERN) ==
+      nullptr) {
+    const std::string tree =
+        Orva::GetModuleOtherFileName("pat", "proto_tree.xml");
+    Problem(tree, WhyRefused(tree) + "; application names will not be found");
+  }
   const std::string path = PathOf("user_def_app.xml");
   if (!apps_.read(path.c_str())) {
     Problem(path, WhyRefused(path));
@@ -126,12 +154,10 @@ void GatewayConfig::LoadUrls() {
               kUserUrlSlot, kUserUrlSlot, 0);
   urls_->LoadURLDB(sys_path.c_str(), user_path.c_str(), 1);
   if (urls_->system_names().url_db().types.empty()) {
-    Problem(sys_path,
-            Readable(sys_path, &why) ? "no URL category loaded" : why);
+    Problem(sys_path, WhyNoCategory(sys_path));
   }
   if (urls_->user_names().url_db().types.empty()) {
-    Problem(user_path,
-            Readable(user_path, &why) ? "no URL category loaded" : why);
+    Problem(user_path, WhyNoCategory(user_path));
   }
   const std::string white_path = PathOf("white_url.xml");
   if (white_urls_.LoadFromFile(white_path.c_str()) == 0) {
@@ -166,10 +192,28 @@ void GatewayConfig::LoadEmployees() {
   has_employees_ = true;
 }
 
+void GatewayConfig::CheckAreas() {
+  // The library loads both tables when it starts and keeps a table that
+  // failed to load absent; every area is then the unknown one.
+  const struct {
+    const char* name;
+    bool loaded;
+  } tables[] = {{"ipt1.dat", GetInternetArea_Level1_First() >= 0},
+                {"ipt2.dat", GetInternetArea_Level2_First() >= 0}};
+  for (const auto& table : tables) {
+    if (table.loaded) continue;
+    const std::string path = Orva::GetModuleDirectory() + "/" + table.name;
+    std::string why;
+    if (Readable(path, &why)) why = "not a range table the library could load";
+    Problem(path, why + "; internet areas will read as unknown");
+  }
+}
+
 bool LoadAndReport(const std::string& dir, int parts, GatewayConfig* config) {
   const bool loaded = config->Load(dir, parts);
   for (const std::string& problem : config->problems()) {
-    fprintf(stderr, "quarn: %s\n", problem.c_str());
+    fprintf(stderr, "quarn: %s%s\n", loaded ? "warning: " : "",
+            problem.c_str());
   }
   return loaded;
 }

@@ -40,14 +40,17 @@ class LibrarySession {
 // The default configuration directory: "gateway" in the module directory.
 std::string DefaultConfigDir();
 
-// Which documents a command needs; Load() reads only those.
+// Which documents a command needs; Load() reads only those. kConfigAreas
+// is the internet range tables the library loaded at its start, checked
+// rather than read; kConfigApps checks its protocol tree the same way.
 enum ConfigPart {
   kConfigPlan = 1,
   kConfigApps = 2,
   kConfigObjects = 4,
   kConfigUrls = 8,
   kConfigEmployees = 16,
-  kConfigAll = 31,
+  kConfigAreas = 32,
+  kConfigAll = 63,
 };
 
 class GatewayConfig {
@@ -58,8 +61,9 @@ class GatewayConfig {
   GatewayConfig& operator=(const GatewayConfig&) = delete;
 
   // Loads the documents of `parts` from directory `dir`. Each missing or
-  // broken document is described in problems() with its path and what the
-  // library said, and leaves its object empty. Returns false only when the
+  // broken document or reference file is described in problems() with its
+  // path and why (for a document that is not well-formed XML, the line and
+  // column), and leaves its object empty. Returns false only when the
   // company address plan (needed by everything else) cannot be loaded.
   // Enters the administrator's applications into the protocol tree, so the
   // library must be started (LibrarySession).
@@ -92,6 +96,7 @@ class GatewayConfig {
   void LoadObjects();
   void LoadUrls();
   void LoadEmployees();
+  void CheckAreas();
 
   std::string dir_;
   std::vector<std::string> problems_;
@@ -109,8 +114,9 @@ class GatewayConfig {
 };
 
 // Loads `parts` of `dir` into *config (see GatewayConfig::Load) and reports
-// each problem on standard error, one line each: "quarn: <path>: <what>".
-// Returns what Load() returned.
+// each problem on standard error, one line each: "quarn: <path>: <what>"
+// when the plan could not be loaded, else "quarn: warning: <path>: <what>"
+// (the command goes on without that file). Returns what Load() returned.
 bool LoadAndReport(const std::string& dir, int parts, GatewayConfig* config);
 
 }  // namespace quarn_tool

@@ -1,5 +1,11 @@
 #include "tools/common/Output.h"
 
+#include <errno.h>
+#include <locale.h>
+#include <unistd.h>
+#include <wchar.h>
+
+#include <algorithm>
 #include <utility>
 
 #include "tools/Command.h"
@@ -19,7 +25,49 @@ bool IsAscii(const std::string& text) {
   return true;
 }
 
+// The C library's UTF-8 character type, for wcwidth(); null when the
+// C library has none.
+locale_t Utf8Locale() {
+  static const locale_t locale =
+      newlocale(LC_CTYPE_MASK, "C.UTF-8", static_cast<locale_t>(0));
+  return locale;
+}
+
 }  // namespace
+
+OutputSink::OutputSink(int fd) : fd_(fd) {}
+
+OutputSink::~OutputSink() { Flush(); }
+
+void OutputSink::Append(const char* data, size_t size) {
+  if (error_ == 0) buffer_.append(data, size);
+}
+
+void OutputSink::Append(char c) {
+  if (error_ == 0) buffer_ += c;
+}
+
+void OutputSink::EndRecord() {
+  if (buffer_.size() >= kFlushBytes) Flush();
+}
+
+bool OutputSink::Flush() {
+  const char* p = buffer_.data();
+  size_t left = buffer_.size();
+  while (left > 0 && error_ == 0) {
+    const ssize_t n = write(fd_, p, left);
+    if (n > 0) {
+      p += n;
+      left -= static_cast<size_t>(n);
+    } else if (n < 0 && errno != EINTR) {
+      error_ = errno;
+    } else if (n == 0) {
+      error_ = EIO;  // a descriptor that takes nothing would loop forever
+    }
+  }
+  buffer_.clear();
+  return error_ == 0;
+}
 
 const std::string& Utf8Cache::Get(const std::string& gbk) {
   if (IsAscii(gbk)) return gbk;
@@ -170,63 +218,92 @@ void JsonWriter::Null() {
   out_ += "null";
 }
 
-TableWriter::TableWriter(FILE* out, std::vector<Column> columns)
-    : out_(out), columns_(std::move(columns)) {}
+TableWriter::TableWriter(OutputSink* out, std::vector<std::string> titles,
+                         size_t batch_rows)
+    : out_(out), titles_(std::move(titles)), batch_rows_(batch_rows) {}
 
 int TableWriter::DisplayWidth(const std::string& utf8) {
+  const locale_t utf8_locale = Utf8Locale();
+  const locale_t old = utf8_locale != static_cast<locale_t>(0)
+                           ? uselocale(utf8_locale)
+                           : static_cast<locale_t>(0);
   int width = 0;
+  mbstate_t state = mbstate_t();
   for (size_t i = 0; i < utf8.size();) {
-    unsigned char c = utf8[i];
-    if (c < 0x80) {
+    if (static_cast<unsigned char>(utf8[i]) < 0x80) {
       ++width;
       ++i;
-    } else if (c >= 0xF0) {
-      width += 2;
-      i += 4;
-    } else if (c >= 0xE0) {
-      // Three-byte forms hold the CJK blocks, which take two columns.
-      width += 2;
-      i += 3;
-    } else {
-      ++width;
-      i += 2;
+      continue;
     }
+    wchar_t wc = 0;
+    const size_t n = mbrtowc(&wc, utf8.data() + i, utf8.size() - i, &state);
+    if (n == 0 || n > utf8.size() - i) {  // malformed, cut short, or no locale
+      state = mbstate_t();
+      ++width;
+      ++i;
+      continue;
+    }
+    const int w = wcwidth(wc);
+    width += w < 0 ? 1 : w;
+    i += n;
   }
+  if (old != static_cast<locale_t>(0)) uselocale(old);
   return width;
 }
 
-void TableWriter::WriteHeader() {
-  std::vector<std::string> titles;
-  std::vector<std::string> rules;
-  for (const Column& column : columns_) {
-    titles.push_back(column.title);
-    rules.push_back(std::string(column.width, '-'));
-  }
-  WriteRow(titles);
-  WriteRow(rules);
+void TableWriter::AddRow(std::vector<std::string> cells,
+                         std::vector<std::string> notes) {
+  rows_.push_back({std::move(cells), std::move(notes)});
+  if (batch_rows_ != 0 && rows_.size() >= batch_rows_) Flush();
 }
 
-void TableWriter::WriteRow(const std::vector<std::string>& cells) {
+void TableWriter::WriteLine(const std::vector<std::string>& cells,
+                            const std::vector<int>& widths) {
   line_.clear();
-  int owed = 0;  // columns the row has run past its grid
-  for (size_t i = 0; i < columns_.size(); ++i) {
+  for (size_t i = 0; i < widths.size(); ++i) {
     const std::string& cell = i < cells.size() ? cells[i] : std::string();
-    const bool last = i + 1 == columns_.size();
     line_ += cell;
-    int pad = columns_[i].width - DisplayWidth(cell) - owed;
-    owed = pad < 0 ? -pad : 0;
-    if (last) break;
-    line_.append(pad > 0 ? pad : 0, ' ');
-    line_ += "  ";
+    if (i + 1 == widths.size()) break;
+    line_.append(widths[i] - DisplayWidth(cell) + 2, ' ');
   }
   while (!line_.empty() && line_.back() == ' ') line_.pop_back();
   line_ += '\n';
-  fwrite(line_.data(), 1, line_.size(), out_);
+  out_->Append(line_);
 }
 
-ResultWriter::ResultWriter(FILE* out, bool table,
+void TableWriter::Flush() {
+  if (rows_.empty()) return;
+  std::vector<int> widths;
+  std::vector<std::string> rules;
+  for (size_t i = 0; i < titles_.size(); ++i) {
+    int width = DisplayWidth(titles_[i]);
+    for (const Row& row : rows_) {
+      if (i < row.cells.size()) {
+        width = std::max(width, DisplayWidth(row.cells[i]));
+      }
+    }
+    widths.push_back(width);
+    rules.push_back(std::string(width, '-'));
+  }
+  if (written_) out_->Append('\n');
+  WriteLine(titles_, widths);
+  WriteLine(rules, widths);
+  for (const Row& row : rows_) {
+    WriteLine(row.cells, widths);
+    for (const std::string& note : row.notes) {
+      out_->Append("    ");
+      out_->Append(note);
+      out_->Append('\n');
+    }
+    out_->EndRecord();
+  }
+  rows_.clear();
+  written_ = true;
+}
+
+ResultWriter::ResultWriter(OutputSink* out, bool table,
                            std::vector<std::string> titles)
-    : out_(out), table_(table), titles_(std::move(titles)), json_(&cache_) {}
+    : out_(out), table_(table), rows_(out, std::move(titles)), json_(&cache_) {}
 
 JsonWriter* ResultWriter::BeginItem() {
   json_.Clear();
@@ -234,12 +311,13 @@ JsonWriter* ResultWriter::BeginItem() {
 }
 
 void ResultWriter::EndItem() {
-  fwrite(json_.str().data(), 1, json_.str().size(), out_);
-  fputc('\n', out_);
+  out_->Append(json_.str());
+  out_->Append('\n');
+  out_->EndRecord();
 }
 
 void ResultWriter::Row(std::vector<std::string> cells) {
-  rows_.push_back(std::move(cells));
+  rows_.AddRow(std::move(cells));
 }
 
 void ResultWriter::Caption(const std::string& utf8) {
@@ -249,23 +327,11 @@ void ResultWriter::Caption(const std::string& utf8) {
 
 void ResultWriter::Finish() {
   if (table_) {
-    fputs(caption_.c_str(), out_);
-    std::vector<TableWriter::Column> columns;
-    for (size_t i = 0; i < titles_.size(); ++i) {
-      int width = TableWriter::DisplayWidth(titles_[i]);
-      for (const std::vector<std::string>& row : rows_) {
-        if (i < row.size() && TableWriter::DisplayWidth(row[i]) > width) {
-          width = TableWriter::DisplayWidth(row[i]);
-        }
-      }
-      columns.push_back({titles_[i].c_str(), width});
-    }
-    TableWriter writer(out_, columns);
-    writer.WriteHeader();
-    for (const std::vector<std::string>& row : rows_) writer.WriteRow(row);
-    rows_.clear();
+    out_->Append(caption_);
+    caption_.clear();
+    rows_.Flush();
   }
-  fflush(out_);
+  out_->Flush();
 }
 
 }  // namespace quarn_tool

@@ -1,20 +1,58 @@
-// The output layer of the `quarn` tool: a JSON object writer, an aligned
-// table writer, and ResultWriter, which puts the results of an inspection
-// command out in the format the user chose with one of the other two. Text from
-// the library is GBK and is converted to UTF-8 here, at the edge, through
-// ToTerminal (with a cache, since the same few names recur on every line).
+// The output layer of the `quarn` tool: a buffered sink that sees every
+// write error, a JSON object writer, a table writer that fits its columns
+// to the cells, and ResultWriter, which puts the results of an inspection
+// command out in the format the user chose with one of the other two. Text
+// from the library is GBK and is converted to UTF-8 here, at the edge,
+// through ToTerminal (with a cache, since the same few names recur on
+// every line).
 
 #ifndef QUARN_TOOLS_COMMON_OUTPUT_H_
 #define QUARN_TOOLS_COMMON_OUTPUT_H_
 
+#include <stddef.h>
 #include <stdint.h>
-#include <stdio.h>
 
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 namespace quarn_tool {
+
+// A buffered writer to a file descriptor that notices every failed write.
+// Output is handed to the descriptor in whole records: EndRecord() writes
+// the buffer once it has grown past a threshold, so a reader of the output
+// never sees the end of a write fall inside a record. Writes interrupted
+// by a signal are resumed. After the first failure the sink drops what it
+// is given (memory stays flat) and keeps the error number. Not thread-safe.
+class OutputSink {
+ public:
+  // Bytes held before EndRecord() writes them out.
+  static const size_t kFlushBytes = size_t{1} << 20;
+
+  // Writes to `fd`, which stays owned by the caller.
+  explicit OutputSink(int fd);
+  // Writes out what is still buffered (a failure is then lost).
+  ~OutputSink();
+  OutputSink(const OutputSink&) = delete;
+  OutputSink& operator=(const OutputSink&) = delete;
+
+  void Append(const char* data, size_t size);
+  void Append(const std::string& text) { Append(text.data(), text.size()); }
+  void Append(char c);
+  // Ends a record: writes the buffer out when it holds kFlushBytes or more.
+  void EndRecord();
+  // Writes out everything buffered. False once any write has failed.
+  bool Flush();
+
+  bool failed() const { return error_ != 0; }
+  // The errno of the first failed write, 0 while none has failed.
+  int error() const { return error_; }
+
+ private:
+  int fd_;
+  std::string buffer_;
+  int error_ = 0;
+};
 
 // GBK to UTF-8, remembering the conversions of non-ASCII texts. ASCII text
 // is returned as it is. The cache is bounded, so memory stays constant on
@@ -70,29 +108,43 @@ class JsonWriter {
   bool need_comma_ = false;
 };
 
-// Writes rows of cells padded to fixed column widths, measured in terminal
-// columns (a CJK character takes two). Streams: every row is written as it
-// comes, so the widths are decided up front. A cell wider than its column
-// pushes the rest of the row right rather than being cut.
+// An aligned table of UTF-8 cells. Rows are held in batches; each batch is
+// written under a title row and a rule, every column as wide as its widest
+// cell in that batch (in terminal columns: a CJK character takes two). A
+// later batch repeats the titles after a blank line. A row may carry notes:
+// lines written under it, indented, that do not count in the widths.
 class TableWriter {
  public:
-  struct Column {
-    const char* title;
-    int width;
-  };
-  TableWriter(FILE* out, std::vector<Column> columns);
+  // Writes to `out`, which must outlive this object. `batch_rows` is the
+  // number of rows held before a batch is written; 0 holds every row until
+  // Flush().
+  TableWriter(OutputSink* out, std::vector<std::string> titles,
+              size_t batch_rows = 0);
 
-  // The title row and a rule under it.
-  void WriteHeader();
-  // One row of UTF-8 cells; missing cells are blank.
-  void WriteRow(const std::vector<std::string>& cells);
+  // Adds one row; cells missing at its end are blank.
+  void AddRow(std::vector<std::string> cells,
+              std::vector<std::string> notes = {});
+  // Writes the rows held as one batch (nothing when none is held).
+  void Flush();
 
-  // Terminal columns `utf8` takes.
+  // Terminal columns `utf8` takes: what wcwidth() gives for each character
+  // in a UTF-8 locale (two for East Asian wide characters, none for
+  // combining marks), one for a control character or a malformed byte.
   static int DisplayWidth(const std::string& utf8);
 
  private:
-  FILE* out_;
-  std::vector<Column> columns_;
+  struct Row {
+    std::vector<std::string> cells;
+    std::vector<std::string> notes;
+  };
+  void WriteLine(const std::vector<std::string>& cells,
+                 const std::vector<int>& widths);
+
+  OutputSink* out_;
+  std::vector<std::string> titles_;
+  size_t batch_rows_;
+  std::vector<Row> rows_;
+  bool written_ = false;  // a batch went out already
   std::string line_;
 };
 
@@ -103,8 +155,9 @@ class TableWriter {
 // items, and a fitted table reads better than a fixed one).
 class ResultWriter {
  public:
-  // `titles` are the table's column titles; unused for JSON.
-  ResultWriter(FILE* out, bool table, std::vector<std::string> titles);
+  // Writes to `out`, which must outlive this object. `titles` are the
+  // table's column titles; unused for JSON.
+  ResultWriter(OutputSink* out, bool table, std::vector<std::string> titles);
 
   bool table() const { return table_; }
   Utf8Cache* cache() { return &cache_; }
@@ -120,15 +173,14 @@ class ResultWriter {
   // object says everything about its item.
   void Caption(const std::string& utf8);
 
-  // Writes the table (nothing for JSON) and flushes the stream.
+  // Writes the table (nothing for JSON) and flushes the sink.
   void Finish();
 
  private:
-  FILE* out_;
+  OutputSink* out_;
   bool table_;
-  std::vector<std::string> titles_;
   std::string caption_;
-  std::vector<std::vector<std::string>> rows_;
+  TableWriter rows_;
   Utf8Cache cache_;
   JsonWriter json_;
 };
