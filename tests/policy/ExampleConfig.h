@@ -5,6 +5,8 @@
 #ifndef QUARN_TESTS_POLICY_EXAMPLECONFIG_H_
 #define QUARN_TESTS_POLICY_EXAMPLECONFIG_H_
 
+#include <stdlib.h>
+
 #include <string>
 #include <vector>
 
@@ -57,6 +59,9 @@ class ExampleConfig {
  private:
   ExampleConfig() {
     quarn_common_init(0, 0);
+    // Stopped at exit, so that the library's tables are released before
+    // the leak checker looks.
+    atexit([] { quarn_common_fini(); });
     plan = CLocalIPTypeTable_Singleton::instance();
     loaded &= plan->LoadFromFile(
                   ExamplePath("gateway/organization.xml").c_str()) != 0;
