@@ -35,7 +35,12 @@ bool ReserveMore(std::vector<T>* v, uint64_t extra) {
 
 }  // namespace
 
-PieceIndex::PieceIndex() {
+PieceIndex::PieceIndex() : PieceIndex(PieceFilter::Best()) {}
+
+PieceIndex::PieceIndex(PieceFilter::Isa isa)
+    : use_filter_(isa != PieceFilter::kPortable),
+      hash_blocks_(isa == PieceFilter::kAvx2) {
+  filter_.UseIsa(isa);
   for (uint32_t& head : one_heads_) head = kNil;
   memset(one_bits_, 0, sizeof(one_bits_));
 }
@@ -45,9 +50,11 @@ PieceIndex::~PieceIndex() {}
 void PieceIndex::Clear() {
   pair_.reset();
   pair_bits_.reset();
+  lead_bits_.reset();
   triple_bits_.reset();
   for (uint32_t& head : one_heads_) head = kNil;
   memset(one_bits_, 0, sizeof(one_bits_));
+  filter_.Clear();
   std::vector<Node>().swap(nodes_);
   std::vector<Entry>().swap(entries_);
   std::vector<uint8_t>().swap(bytes_);
@@ -71,7 +78,7 @@ bool PieceIndex::GrowSlots(uint64_t edges) {
   if (count > (uint64_t{1} << 33)) return false;
   std::vector<Slot> old;
   try {
-    old.assign(static_cast<size_t>(count), Slot{0, 0, 0});
+    old.assign(static_cast<size_t>(count), Slot{0, 0, 0, kNil, kNil});
   } catch (const std::bad_alloc&) {
     return false;
   }
@@ -81,15 +88,16 @@ bool PieceIndex::GrowSlots(uint64_t edges) {
   while ((uint64_t{1} << log2) < count) ++log2;
   slot_shift_ = 64 - log2;
   for (const Slot& slot : old) {
-    if (slot.child != 0) InsertSlot(slot.parent, slot.byte, slot.child);
+    if (slot.child != 0) InsertSlot(slot);
   }
   return true;
 }
 
-void PieceIndex::InsertSlot(uint32_t parent, uint32_t byte, uint32_t child) {
-  uint32_t at = SlotHash(parent, byte);
+PieceIndex::Slot* PieceIndex::InsertSlot(const Slot& slot) {
+  uint32_t at = SlotHash(slot.parent, slot.byte);
   while (slots_[at].child != 0) at = (at + 1) & slot_mask_;
-  slots_[at] = Slot{parent, child, byte};
+  slots_[at] = slot;
+  return &slots_[at];
 }
 
 bool PieceIndex::GrowQuadBits(uint64_t words) {
@@ -119,20 +127,22 @@ bool PieceIndex::Reserve(uint64_t pieces, uint64_t bytes) {
   if (!pair_) {
     pair_.reset(new (std::nothrow) uint32_t[kPairCount]());
     pair_bits_.reset(new (std::nothrow) uint64_t[kPairCount / 64]());
+    lead_bits_.reset(new (std::nothrow) uint64_t[kPairCount / 64]());
     triple_bits_.reset(new (std::nothrow) uint64_t[(1u << kTripleBits) / 64]());
-    if (!pair_ || !pair_bits_ || !triple_bits_) {
+    if (!pair_ || !pair_bits_ || !lead_bits_ || !triple_bits_) {
       Clear();
       return false;
     }
   }
   if (nodes_.empty()) {
     if (!ReserveMore(&nodes_, 1)) return false;
-    nodes_.push_back(Node{kNil, 0, 0, 0, 0, 0});  // node 0 stands for "none"
+    nodes_.push_back(Node{kNil, 0, 0, 0});  // node 0 stands for "none"
   }
-  if (bytes_.size() + bytes >= kMaxItems) return false;
+  const uint64_t record_bytes = bytes + pieces * kRecordHead;
+  if (bytes_.size() + record_bytes >= kMaxItems) return false;
   if (!ReserveMore(&nodes_, bytes) || !ReserveMore(&entries_, pieces) ||
-      !ReserveMore(&bytes_, bytes) || !ReserveMore(&quad_words_, pieces) ||
-      !GrowSlots(edges_ + bytes) ||
+      !ReserveMore(&bytes_, record_bytes) ||
+      !ReserveMore(&quad_words_, pieces) || !GrowSlots(edges_ + bytes) ||
       !GrowQuadBits(quad_words_.size() + pieces)) {
     return false;
   }
@@ -149,15 +159,18 @@ bool PieceIndex::Reserve(uint64_t pieces, uint64_t bytes) {
 void PieceIndex::MarkEndAbove(const uint8_t* bytes, uint32_t length,
                               uint32_t end) {
   uint32_t node = pair_[PairOf(bytes)];
+  Slot* into = nullptr;  // the edge into `node`; none at depth two
   for (uint32_t depth = 2; depth < length; ++depth) {
     Node& above = nodes_[node];
     if (++above.ends_below == 1) above.tail = end;
-    node = Child(node, bytes[depth]);
+    if (into != nullptr) into->below = Below(above);
+    into = Edge(node, bytes[depth]);
+    node = into->child;
   }
 }
 
 uint32_t PieceIndex::NewNode() {
-  nodes_.push_back(Node{kNil, 0, 0, 0, 0, 0});
+  nodes_.push_back(Node{kNil, 0, 0, 0});
   return static_cast<uint32_t>(nodes_.size() - 1);
 }
 
@@ -168,6 +181,7 @@ void PieceIndex::AddRef(uint32_t* head, uint32_t ref) {
 
 void PieceIndex::Add(const uint8_t* bytes, uint32_t length, uint32_t ref) {
   if (length > longest_) longest_ = length;
+  filter_.Add(bytes, length);
   if (length == 1) {
     AddRef(&one_heads_[bytes[0]], ref);
     SetBit(one_bits_, bytes[0]);
@@ -179,25 +193,30 @@ void PieceIndex::Add(const uint8_t* bytes, uint32_t length, uint32_t ref) {
   if (node == 0) {
     node = NewNode();
     pair_[PairOf(bytes)] = node;
+    SetBit(lead_bits_.get(), PairOf(bytes));
   }
+  Slot* into = nullptr;  // the edge into `node`; none at depth two
   for (uint32_t depth = 2; depth < length; ++depth) {
-    uint32_t child = Child(node, bytes[depth]);
-    if (child == 0) {
-      child = NewNode();
-      InsertSlot(node, bytes[depth], child);
+    into = Edge(node, bytes[depth]);
+    if (into == nullptr) {
+      const uint32_t child = NewNode();
+      into = InsertSlot(Slot{node, child, bytes[depth], kNil, kNil});
       ++edges_;
-      ++nodes_[node].kids;
     }
-    node = child;
+    node = into->child;
   }
   if (nodes_[node].out == kNil) {
     // A new end: every node above it gains one end below.
-    nodes_[node].offset = static_cast<uint32_t>(bytes_.size());
-    nodes_[node].length = length;
+    const uint32_t offset = static_cast<uint32_t>(bytes_.size());
+    nodes_[node].offset = offset;
+    bytes_.resize(bytes_.size() + kRecordHead);
+    memcpy(bytes_.data() + offset + 4, &length, 4);
     bytes_.insert(bytes_.end(), bytes, bytes + length);
-    MarkEndAbove(bytes, length, node);
+    MarkEndAbove(bytes, length, offset);
   }
   AddRef(&nodes_[node].out, ref);
+  memcpy(bytes_.data() + nodes_[node].offset, &nodes_[node].out, 4);
+  if (into != nullptr) into->out = nodes_[node].out;
   if (length == 2) {
     SetBit(pair_bits_.get(), PairOf(bytes));
     any_two_ = true;

@@ -12,11 +12,22 @@
 // Layout: one-byte pieces hang off a 256-entry table, the trie nodes at
 // depth two are found through a 65536-entry table indexed by the first two
 // bytes, and deeper edges live in one open-addressing hash table keyed by
-// (parent node, byte). Below a node where a single piece remains, the walk
-// compares the rest of that piece at once. Most text positions start no piece;
-// four small bit sets (one-byte pieces, two-byte pieces, a hash of three-byte
-// pieces, a hash of the first four bytes of longer pieces) reject them before
-// the walk touches the trie.
+// (parent node, byte); each edge also holds what a search reads of its
+// child, so a step down costs one load. Below a node where a single piece
+// remains, the walk compares the rest of that piece at once, from a record
+// that keeps the piece's refs, length and bytes together.
+//
+// Most text positions start no piece. A search takes the text 64
+// positions at a time through PieceFilter (a SIMD fingerprint of the first
+// four bytes of every piece); when only pieces of four bytes or more are
+// stored and many positions of a block pass, the hash of their first four
+// bytes is tested for the whole block as well. Each remaining position
+// goes through four small bit sets (one-byte pieces, two-byte pieces, a
+// hash of three-byte pieces, a hash of the first four bytes of longer
+// pieces) and a bit set of the first two bytes of longer pieces before the
+// walk touches the trie; while one walk runs, the first loads of the next
+// are started. Positions are still visited in order, so results and their
+// order do not depend on the filters.
 //
 // Adding a piece may allocate; a search allocates nothing. Not thread-safe:
 // a search uses scratch space kept in the index.
@@ -30,6 +41,8 @@
 
 #include <memory>
 #include <vector>
+
+#include "objects/PieceFilter_internal.h"
 
 namespace quarn_match {
 
@@ -45,6 +58,10 @@ class PieceIndex {
   };
 
   PieceIndex();
+  // An index whose searches use the `isa` variant of the filters, kPortable
+  // for none (tests compare the variants). REQUIRES:
+  // PieceFilter::Supported(isa).
+  explicit PieceIndex(PieceFilter::Isa isa);
   ~PieceIndex();
   PieceIndex(const PieceIndex&) = delete;
   PieceIndex& operator=(const PieceIndex&) = delete;
@@ -85,23 +102,34 @@ class PieceIndex {
  private:
   struct Node {
     uint32_t out;         // first entry of the refs ending here, or kNil
-    uint32_t kids;        // number of children
     uint32_t ends_below;  // nodes below this one where pieces end
-    uint32_t tail;        // when ends_below is 1: that node
-    uint32_t offset;      // where a piece ends here: its bytes in bytes_
-    uint32_t length;      // and its length
+    uint32_t tail;        // when ends_below is 1: that node's record
+    uint32_t offset;      // where a piece ends here: its record in bytes_
   };
   struct Entry {
     uint32_t ref;
     uint32_t next;  // older entry of the same node, or kNil
   };
   // An edge below depth two: child node `child` of `parent` by `byte`.
-  // child 0 marks a free slot (node 0 is never a child).
+  // child 0 marks a free slot (node 0 is never a child). The slot keeps a
+  // copy of what a search reads of the child (its `out` and its Below()),
+  // so that a search step costs one load.
   struct Slot {
     uint32_t parent;
     uint32_t child;
     uint32_t byte;
+    uint32_t out;
+    uint32_t below;
   };
+  // Below() of a node with more than one end below it.
+  static constexpr uint32_t kMany = 0xFFFFFFFE;
+  // kNil when no piece ends below `node`, the record of the only one that
+  // does, or kMany.
+  static uint32_t Below(const Node& node) {
+    return node.ends_below == 0   ? kNil
+           : node.ends_below == 1 ? node.tail
+                                  : kMany;
+  }
 
   static uint32_t Load4(const uint8_t* p) {
     uint32_t word;
@@ -130,7 +158,14 @@ class PieceIndex {
     return (word3 * 0x9E3779B1u) >> (32 - kTripleBits);
   }
   uint32_t QuadHash(uint32_t word) const {
-    return (word * 0x9E3779B1u) >> quad_shift_;
+    return (word * PieceFilter::kHashFactor) >> quad_shift_;
+  }
+  // Set bits of `x` (without needing a popcount instruction).
+  static int BitCount(uint64_t x) {
+    x -= (x >> 1) & 0x5555555555555555ull;
+    x = (x & 0x3333333333333333ull) + ((x >> 2) & 0x3333333333333333ull);
+    x = (x + (x >> 4)) & 0x0F0F0F0F0F0F0F0Full;
+    return static_cast<int>((x * 0x0101010101010101ull) >> 56);
   }
   static bool TestBit(const uint64_t* bits, uint32_t i) {
     return (bits[i >> 6] >> (i & 63)) & 1;
@@ -142,13 +177,17 @@ class PieceIndex {
     uint64_t key = static_cast<uint64_t>(parent) << 8 | byte;
     return static_cast<uint32_t>((key * 0x9E3779B97F4A7C15ull) >> slot_shift_);
   }
-  // The child of `node` by `byte`, 0 when there is none.
-  uint32_t Child(uint32_t node, uint32_t byte) const {
+  // The edge from `node` by `byte`, null when there is none.
+  const Slot* Edge(uint32_t node, uint32_t byte) const {
     for (uint32_t at = SlotHash(node, byte);; at = (at + 1) & slot_mask_) {
       const Slot& slot = slots_[at];
-      if (slot.child == 0) return 0;
-      if (slot.parent == node && slot.byte == byte) return slot.child;
+      if (slot.child == 0) return nullptr;
+      if (slot.parent == node && slot.byte == byte) return &slot;
     }
+  }
+  Slot* Edge(uint32_t node, uint32_t byte) {
+    return const_cast<Slot*>(
+        static_cast<const PieceIndex*>(this)->Edge(node, byte));
   }
 
   // The piece at `p` may start a stored piece of two bytes or more, or a
@@ -163,29 +202,50 @@ class PieceIndex {
     if (kThree) hit |= TestBit(triple_bits_.get(), TripleHash(word & 0xFFFFFF));
     return hit;
   }
+  // Starts loading what a walk from `p` reads first. REQUIRES: three
+  // bytes at `p`.
+  void Prefetch(const uint8_t* p) const {
+    if (!any_long_) return;
+    const uint32_t node = pair_[PairOf(p)];
+    __builtin_prefetch(&nodes_[node]);
+    __builtin_prefetch(&slots_[SlotHash(node, p[2])]);
+  }
   // Gathers into runs_ the runs of the pieces at `p`; returns their count.
   size_t Walk(const uint8_t* p, uint64_t remaining) const;
   template <bool kOne, bool kTwo, bool kThree, typename Fn>
   void ScanWith(const uint8_t* data, uint64_t length, uint64_t positions,
                 Fn& fn);
+  // Scans the positions of the block at `pos` that are in `candidates`
+  // (bit i for pos + i). False when fn stopped the scan.
+  template <bool kOne, bool kTwo, bool kThree, typename Fn>
+  bool ScanCandidates(const uint8_t* data, uint64_t length, uint64_t pos,
+                      uint64_t candidates, Fn& fn);
 
   // Storage growth; false when memory runs out.
   bool GrowSlots(uint64_t edges);
   bool GrowQuadBits(uint64_t words);
-  void InsertSlot(uint32_t parent, uint32_t byte, uint32_t child);
+  // Stores `slot` in a free place of slots_ and returns where.
+  Slot* InsertSlot(const Slot& slot);
   uint32_t NewNode();
-  // Counts the new end node `end` of the piece `bytes` in every node
-  // above it.
+  // Counts the new end of the piece `bytes`, whose record is at `end` in
+  // bytes_, in every node above it.
   void MarkEndAbove(const uint8_t* bytes, uint32_t length, uint32_t end);
   void AddRef(uint32_t* head, uint32_t ref);
 
   static constexpr int kTripleBits = 16;
+  // Candidates in a block above which the four-byte hash is tested for
+  // the whole block at once.
+  static constexpr int kDenseBlock = 12;
 
   std::unique_ptr<uint32_t[]> pair_;  // depth-two node by first two bytes
   uint32_t one_heads_[256];           // refs of one-byte pieces
   std::vector<Node> nodes_;           // [0] unused
   std::vector<Entry> entries_;
-  std::vector<uint8_t> bytes_;  // bytes of the pieces that end at nodes
+  // One record per node where pieces end: the node's `out` and the piece's
+  // length (kRecordHead bytes), then the piece's bytes, so that comparing
+  // the rest of a piece reads one place.
+  std::vector<uint8_t> bytes_;
+  static constexpr uint32_t kRecordHead = 8;
   std::vector<Slot> slots_;
   uint32_t slot_mask_ = 0;
   int slot_shift_ = 64;
@@ -193,6 +253,7 @@ class PieceIndex {
 
   uint64_t one_bits_[4];                   // one-byte pieces
   std::unique_ptr<uint64_t[]> pair_bits_;  // two-byte pieces
+  std::unique_ptr<uint64_t[]> lead_bits_;  // first two bytes, pieces of 2+
   std::unique_ptr<uint64_t[]> triple_bits_;
   std::vector<uint64_t> quad_bits_;   // first four bytes of longer pieces
   std::vector<uint32_t> quad_words_;  // what quad_bits_ was built from
@@ -201,6 +262,9 @@ class PieceIndex {
   bool any_two_ = false;
   bool any_three_ = false;
   bool any_long_ = false;  // pieces of two bytes or more
+  PieceFilter filter_;     // first four bytes of every piece
+  bool use_filter_;        // whether filter_ runs faster than MayStart alone
+  bool hash_blocks_;       // whether HashBlock() runs faster than MayStart
 
   uint32_t longest_ = 0;
   std::vector<Run> runs_;  // scratch of a search: longest_ + 1 runs
@@ -212,26 +276,33 @@ inline size_t PieceIndex::Walk(const uint8_t* p, uint64_t remaining) const {
   if (any_one_ && one_heads_[p[0]] != kNil) {
     runs[count++] = {one_heads_[p[0]], 1};
   }
-  if (remaining < 2 || !any_long_) return count;
+  if (remaining < 2 || !any_long_ || !TestBit(lead_bits_.get(), PairOf(p))) {
+    return count;
+  }
   uint32_t node = pair_[PairOf(p)];
-  if (node == 0) return count;
+  const Node& top = nodes_[node];
+  uint32_t out = top.out;
+  uint32_t below = Below(top);
   for (uint64_t depth = 2;;) {
-    const Node& at = nodes_[node];
-    if (at.out != kNil) runs[count++] = {at.out, static_cast<uint32_t>(depth)};
-    if (at.ends_below == 0) break;
-    if (at.ends_below == 1) {
+    if (out != kNil) runs[count++] = {out, static_cast<uint32_t>(depth)};
+    if (below == kNil) break;
+    if (below != kMany) {
       // One piece left below: compare the rest of it directly.
-      const Node& end = nodes_[at.tail];
-      if (end.length <= remaining &&
-          SameBytes(p + depth, bytes_.data() + end.offset + depth,
-                    end.length - depth)) {
-        runs[count++] = {end.out, end.length};
+      const uint8_t* record = bytes_.data() + below;
+      const uint32_t end_length = Load4(record + 4);
+      if (end_length <= remaining &&
+          SameBytes(p + depth, record + kRecordHead + depth,
+                    end_length - depth)) {
+        runs[count++] = {Load4(record), end_length};
       }
       break;
     }
     if (depth >= remaining) break;
-    node = Child(node, p[depth]);
-    if (node == 0) break;
+    const Slot* edge = Edge(node, p[depth]);
+    if (edge == nullptr) break;
+    node = edge->child;
+    out = edge->out;
+    below = edge->below;
     ++depth;
   }
   return count;
@@ -263,12 +334,64 @@ bool PieceIndex::ForEachRef(Run* runs, size_t count, Fn&& fn) const {
 }
 
 template <bool kOne, bool kTwo, bool kThree, typename Fn>
+bool PieceIndex::ScanCandidates(const uint8_t* data, uint64_t length,
+                                uint64_t pos, uint64_t candidates, Fn& fn) {
+  while (candidates != 0) {
+    const uint64_t at =
+        pos + static_cast<uint64_t>(__builtin_ctzll(candidates));
+    candidates &= candidates - 1;
+    if (candidates != 0) {
+      // The next walk's first loads overlap this one.
+      Prefetch(data + pos + static_cast<uint64_t>(__builtin_ctzll(candidates)));
+    }
+    if (!MayStart<kOne, kTwo, kThree>(data + at)) continue;
+    size_t count = Walk(data + at, length - at);
+    if (count != 0 && !fn(at, runs_.data(), count)) return false;
+  }
+  return true;
+}
+
+template <bool kOne, bool kTwo, bool kThree, typename Fn>
 void PieceIndex::ScanWith(const uint8_t* data, uint64_t length,
                           uint64_t positions, Fn& fn) {
-  // Positions with four bytes left go through the filter first.
+  // Positions with four bytes left go through the filters first.
   const uint64_t filtered = length >= 4 ? length - 3 : 0;
   const uint64_t fast_end = positions < filtered ? positions : filtered;
   uint64_t pos = 0;
+  if (use_filter_) {
+    const int kBlock = PieceFilter::kBlock;
+    for (; pos + PieceFilter::kBlockBytes <= length && pos + kBlock <= fast_end;
+         pos += kBlock) {
+      uint64_t candidates = filter_.Block(data + pos);
+      if (!kOne && !kTwo && !kThree && hash_blocks_ &&
+          pos + PieceFilter::kHashBlockBytes <= length &&
+          BitCount(candidates) > kDenseBlock) {
+        // Only the four-byte hash counts: test it for the whole block.
+        candidates &= PieceFilter::HashBlock(PieceFilter::kAvx2, data + pos,
+                                             quad_bits_.data(), quad_shift_);
+      }
+      if (!ScanCandidates<kOne, kTwo, kThree>(data, length, pos, candidates,
+                                              fn)) {
+        return;
+      }
+    }
+    if (pos < fast_end) {
+      // The last block reads a padded copy of the text's end.
+      uint8_t tail[PieceFilter::kBlockBytes] = {};
+      const uint64_t rest = length - pos;
+      memcpy(tail, data + pos, rest < sizeof(tail) ? rest : sizeof(tail));
+      const uint64_t n = fast_end - pos;
+      uint64_t candidates = filter_.Block(tail);
+      if (n < static_cast<uint64_t>(kBlock)) {
+        candidates &= (uint64_t{1} << n) - 1;
+      }
+      if (!ScanCandidates<kOne, kTwo, kThree>(data, length, pos, candidates,
+                                              fn)) {
+        return;
+      }
+      pos += n < static_cast<uint64_t>(kBlock) ? n : kBlock;
+    }
+  }
   for (; pos < fast_end; ++pos) {
     if (!MayStart<kOne, kTwo, kThree>(data + pos)) continue;
     size_t count = Walk(data + pos, length - pos);
