@@ -2,8 +2,10 @@
 // file, end to end, from one configuration directory (by default "gateway"
 // in the module directory): client end and data direction, the inside
 // end's department, the outside end's internet areas, the application, the
-// URL categories and white-list verdict, the IP and time objects, and the
-// employee and account behind the inside end.
+// URL categories and white-list verdict, the IP and time objects, the
+// employee and account behind the inside end, and finally the verdict: what
+// the connection policy, the audit filter policy and the control status
+// make of those facts.
 //
 // Input is CSV with a header line or JSON Lines, from a file or standard
 // input, read one line at a time so memory stays constant. Output is one
@@ -30,7 +32,9 @@
 #include "tools/common/GatewayConfig.h"
 #include "tools/common/LineReader.h"
 #include "tools/common/Output.h"
+#include "tools/common/PolicyStage.h"
 #include "tools/common/StopSignals.h"
+#include "tools/common/VerdictOutput.h"
 
 namespace {
 
@@ -41,6 +45,8 @@ const char kOptions[] =
     "  --explain      add the evidence of each decision (with --format\n"
     "                 table: indented lines under each row)\n"
     "  --strict       stop at the first bad record\n"
+    "  --policy FILE  the connection policy to evaluate (default:\n"
+    "                 connection_policy.xml in the configuration directory)\n"
     "  FILE           CSV with a header line, or JSON Lines; standard input\n"
     "                 when absent or \"-\"\n";
 
@@ -56,9 +62,18 @@ const char kDetails[] =
     "One JSON object per connection holds every decision: client, data_dir,\n"
     "inside (with class_id, class and server), outside (with area1 and\n"
     "area2), app, url (null when there is none), ip_objects, time_objects,\n"
-    "employee (the most recently active record on the inside address) and\n"
-    "account. The URL's host is lower-cased before the URL categories and\n"
-    "the white list are asked; the white list is asked with the host, then\n"
+    "employee (the most recently active record on the inside address),\n"
+    "account, and verdict: the policy's passed filters ({index,name}),\n"
+    "save_level, interrupt (the code, or null), ignore, events (filter\n"
+    "indexes) and audit ({audited,reason,level,app}; reason: off, black\n"
+    "list, not passed to audit, white list, application filter or audit\n"
+    "level). With --explain the verdict lists, filter by filter, which\n"
+    "condition matched and whether it holds. A policy that cannot be used\n"
+    "is named on standard error (file, line, filter); its keys are then\n"
+    "null and the exit status is 1.\n"
+    "\n"
+    "The URL's host is lower-cased before the URL categories and the white\n"
+    "list are asked; the white list is asked with the host, then\n"
     "with the host and the path. The table fits its columns to each batch\n"
     "of 1000 rows.\n"
     "\n"
@@ -73,7 +88,8 @@ struct Options {
   bool explain = false;
   bool strict = false;
   bool table = false;
-  std::string input;  // empty: standard input
+  std::string policy;  // empty: the configuration directory's
+  std::string input;   // empty: standard input
 };
 
 double Now() {
@@ -112,8 +128,9 @@ class Progress {
 
 // -1 to go on, else the exit status.
 int ParseArgs(const std::vector<std::string>& args, Options* options) {
-  quarn_tool::CommandLine line(quarn_tool::Format::kJson,
-                               {{"--explain", false}, {"--strict", false}});
+  quarn_tool::CommandLine line(
+      quarn_tool::Format::kJson,
+      {{"--explain", false}, {"--strict", false}, {"--policy", true}});
   const int rc = quarn_tool::ParseCommandLine("classify", args, &line);
   if (rc >= 0) return rc;
   if (line.positional().size() > 1) {
@@ -123,6 +140,7 @@ int ParseArgs(const std::vector<std::string>& args, Options* options) {
   options->explain = line.Given("--explain");
   options->strict = line.Given("--strict");
   options->table = line.table();
+  options->policy = line.Value("--policy", "");
   if (!line.positional().empty() && line.positional()[0] != "-") {
     options->input = line.positional()[0];
   }
@@ -156,10 +174,11 @@ struct Tally {
 class Run {
  public:
   Run(const Options& options, quarn_tool::GatewayConfig* config,
-      quarn_tool::OutputSink* out)
+      quarn_tool::PolicyStage* stage, quarn_tool::OutputSink* out)
       : options_(options),
         name_(options.input.empty() ? "<stdin>" : options.input),
         classifier_(config),
+        stage_(stage),
         out_(out),
         json_(&cache_),
         table_(out, quarn_tool::ClassificationTitles(), kTableBatchRows) {}
@@ -207,15 +226,17 @@ class Run {
         break;
     }
     classifier_.Classify(record_, options_.explain, &result_);
+    stage_->Decide(result_.facts, options_.explain, &verdict_);
     if (options_.table) {
-      quarn_tool::ClassificationCells(record_, result_, &cache_, &cells_);
+      quarn_tool::ClassificationCells(record_, result_, &verdict_, &cache_,
+                                      &cells_);
       if (options_.explain) {
-        quarn_tool::ClassificationNotes(result_, &cache_, &notes_);
+        quarn_tool::ClassificationNotes(result_, &verdict_, &cache_, &notes_);
       }
       table_.AddRow(cells_, notes_);
     } else {
-      quarn_tool::WriteClassificationJson(record_, result_, options_.explain,
-                                          &json_);
+      quarn_tool::WriteClassificationJson(record_, result_, &verdict_,
+                                          &verdicts_, options_.explain, &json_);
       out_->Append(json_.str());
       out_->Append('\n');
       out_->EndRecord();
@@ -233,6 +254,7 @@ class Run {
   const Options& options_;
   const std::string name_;
   quarn_tool::ConnectionClassifier classifier_;
+  quarn_tool::PolicyStage* stage_;
   quarn_tool::OutputSink* out_;
   RecordReader reader_;
   quarn_tool::Utf8Cache cache_;
@@ -240,6 +262,8 @@ class Run {
   quarn_tool::TableWriter table_;
   quarn_tool::ConnectionRecord record_;
   quarn_tool::Classification result_;
+  quarn_tool::ConnectionVerdict verdict_;
+  quarn_tool::VerdictJsonWriter verdicts_;
   std::vector<std::string> cells_;
   std::vector<std::string> notes_;
   std::string error_;
@@ -262,6 +286,25 @@ int Status(const Tally& tally, bool config_problems, int output_status) {
   return quarn_tool::kExitOk;
 }
 
+// Loads the connection policy into *stage and names each of the module's
+// messages on standard error. False when there was any: a skipped entry or
+// a policy that cannot be used (the verdicts then carry the audit decision
+// alone).
+bool LoadPolicy(const std::string& path, quarn_tool::PolicyStage* stage) {
+  std::vector<std::string> messages;
+  const bool ready = stage->Load(path, quarn_tool::kConfigAll, &messages);
+  for (const std::string& message : messages) {
+    fprintf(stderr, "quarn: %s\n", quarn_tool::ToTerminal(message).c_str());
+  }
+  if (!ready) {
+    fprintf(stderr,
+            "quarn: warning: %s: the policy cannot be used; verdicts carry "
+            "the audit decision alone\n",
+            stage->path().c_str());
+  }
+  return ready && messages.empty();
+}
+
 int RunClassify(const std::vector<std::string>& args) {
   Options options;
   const int rc = ParseArgs(args, &options);
@@ -277,10 +320,13 @@ int RunClassify(const std::vector<std::string>& args) {
     return quarn_tool::kExitNothingDone;
   }
 
+  quarn_tool::PolicyStage stage(&config);
+  const bool policy_problems = !LoadPolicy(options.policy, &stage);
+
   quarn_tool::StopSignals::Install();
   LineReader lines(in, quarn_tool::kMaxRecordBytes, true);
   Progress progress(in, options.input.size() > 0 && isatty(STDERR_FILENO));
-  Run run(options, &config, quarn_tool::StandardOutput());
+  Run run(options, &config, &stage, quarn_tool::StandardOutput());
   const double start = Now();
   run.All(&lines, &progress);
   progress.Done();
@@ -310,13 +356,15 @@ int RunClassify(const std::vector<std::string>& args) {
           static_cast<long long>(tally.classified),
           static_cast<long long>(tally.bad), seconds,
           seconds > 0 ? tally.classified / seconds : 0.0, how);
-  return Status(tally, !config.problems().empty(), output_status);
+  return Status(tally, !config.problems().empty() || policy_problems,
+                output_status);
 }
 
 }  // namespace
 
-QUARN_COMMAND(classify, "[--explain] [--strict] [FILE]",
+QUARN_COMMAND(classify, "[--explain] [--strict] [--policy FILE] [FILE]",
               "every decision the gateway makes for each connection of a CSV "
               "or JSON Lines input: direction, department, internet areas, "
-              "application, URL categories, objects, employee and account",
+              "application, URL categories, objects, employee and account, "
+              "and the verdict of the connection policy and the audit",
               kOptions, kDetails, RunClassify);

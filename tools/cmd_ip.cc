@@ -87,7 +87,7 @@ void WriteJson(const AddressFacts& f, quarn_tool::JsonWriter* json) {
                                                      {"outside", f.outside},
                                                      {"server", f.server}};
   for (const auto& predicate : predicates) {
-    json->Key(predicate.first);
+    json->KeyText(predicate.first);
     json->Bool(predicate.second);
   }
   json->Key("area1");

@@ -59,7 +59,7 @@ std::string TimeText(int64_t time) {
 // they are written as null instead.
 void TextOrNull(const char* key, const std::string& gbk,
                 quarn_tool::JsonWriter* json) {
-  json->Key(key);
+  json->KeyText(key);
   if (gbk.empty()) {
     json->Null();
   } else {

@@ -9,10 +9,13 @@
 
 #include <gtest/gtest.h>
 
+#include "address/InternetRange.h"
+#include "support/AllocationCounter.h"
 #include "tools/Command.h"
 #include "tools/common/ConnectionClassifier.h"
 #include "tools/common/ConnectionRecord.h"
 #include "tools/common/GatewayConfig.h"
+#include "tools/common/PolicyStage.h"
 
 namespace quarn_tool {
 namespace {
@@ -128,6 +131,83 @@ TEST_F(ClassifierTest, UserDefinedApplicationsDecideAppAndClient) {
   EXPECT_EQ(19000004u, sync.appid);
   EXPECT_EQ(108u, sync.class_id);
   EXPECT_EQ("台湾省", U(sync.area1.name));
+}
+
+// The policy's facts come from the decisions above: its client and server
+// ends follow the client test, not the inside end, and each end carries
+// what was asked for it.
+TEST_F(ClassifierTest, PolicyFactsFollowTheClientEnd) {
+  // The OA server written first: the inside end is the server end.
+  Classification oa =
+      Classify("2026-11-17 12:30:00,10.10.1.30,8443,10.10.3.200,40000,tcp,,");
+  const ConnectionFacts& f = oa.facts;
+  EXPECT_FALSE(f.client_inside);
+  EXPECT_EQ(0x0A0A03C8u, f.client.ip);
+  EXPECT_EQ(40000, f.client.port);
+  EXPECT_EQ(104u, f.client.department);
+  EXPECT_EQ(0x0A0A011Eu, f.server.ip);
+  EXPECT_EQ(8443, f.server.port);
+  EXPECT_EQ(oa.class_id, f.server.department);
+  EXPECT_EQ(21u, f.client.company_class);    // intranet
+  EXPECT_EQ(kAreaIntranet, f.client.area1);  // private: not looked up
+  EXPECT_EQ(kAreaIntranet, f.server.area2);
+  EXPECT_EQ(19000002u, f.app_id);
+  EXPECT_EQ(nullptr, f.url);
+
+  // Outbound web of a signed-in employee: the client is the inside end;
+  // the server end carries the areas shown for the outside end.
+  Classification web = Classify(
+      "2026-11-18 09:15:00,10.10.2.15,51234,1.130.4.5,443,tcp,"
+      "http://www.beijinzhi272.org/a,");
+  const ConnectionFacts& g = web.facts;
+  EXPECT_TRUE(g.client_inside);
+  EXPECT_EQ(web.account_did, g.client.device_id);
+  EXPECT_NE(0u, g.account_did);
+  EXPECT_EQ(0u, g.server.device_id);
+  EXPECT_EQ(102u, g.employee_department);
+  EXPECT_EQ(web.area1.id, g.server.area1);
+  EXPECT_EQ(web.area2.id, g.server.area2);
+  EXPECT_NE(g.server.area1, g.server.area2);
+  EXPECT_EQ(0xFFFFFFFFu, g.server.company_class);  // outside the company
+  EXPECT_EQ(web.url.c_str(), g.url);
+  EXPECT_EQ(1u, g.url_types.hitype);
+  EXPECT_EQ(2u, g.time_objects);
+  EXPECT_EQ(0x0A0A020Fu, g.addr.first_ip);
+}
+
+// The policy stage on the classifier's facts: the example policy loads
+// with every object manager of the configuration, a decision allocates
+// nothing once warm, and a connection's verdict is the policy's.
+TEST_F(ClassifierTest, PolicyStageDecidesWithoutAllocating) {
+  PolicyStage stage(config_);
+  std::vector<std::string> messages;
+  ASSERT_TRUE(stage.Load("", kConfigAll, &messages));
+  EXPECT_TRUE(messages.empty()) << messages[0];
+  // A host of the internet black list, Monday 09:15, going out.
+  const Classification blocked =
+      Classify("2026-11-16 09:15:00,192.168.99.4,40000,1.33.2.2,443,tcp,,");
+  // The finance clerk's web page: the keyword search runs too.
+  const Classification web = Classify(
+      "2026-11-18 09:15:00,10.10.2.15,51234,1.130.4.5,443,tcp,"
+      "http://www.beijinzhi272.org/a,");
+  ConnectionVerdict v;
+  stage.Decide(web.facts, false, &v);  // warm
+  const uint64_t before = quarn_test::AllocationCount();
+  for (int i = 0; i < 50; ++i) {
+    stage.Decide(blocked.facts, false, &v);
+    stage.Decide(web.facts, false, &v);
+  }
+  EXPECT_EQ(before, quarn_test::AllocationCount());
+  ASSERT_EQ(&stage.policy(), v.policy);
+  ASSERT_EQ(2, v.verdict.passed_count);
+  EXPECT_EQ(9, v.verdict.passed[0]);  // finance web records
+  EXPECT_EQ(4u, v.verdict.save_level);
+  EXPECT_EQ(kAuditReasonLevel, v.audit.reason);
+  EXPECT_EQ(kAuditAppWeb, v.audit.app);
+  stage.Decide(blocked.facts, true, &v);
+  EXPECT_EQ(0x1001u, v.verdict.interrupt_code);
+  EXPECT_EQ(kAuditReasonNotPassed, v.audit.reason);
+  EXPECT_FALSE(v.traces.empty());
 }
 
 TEST_F(ClassifierTest, InboundAndBroadcastDirections) {

@@ -1,5 +1,7 @@
 #include "tools/common/ClassificationOutput.h"
 
+#include "tools/common/VerdictOutput.h"
+
 namespace quarn_tool {
 
 namespace {
@@ -78,7 +80,7 @@ void WriteNamedList(const std::vector<NamedId>& list, const char* id_key,
   json->BeginArray();
   for (const NamedId& item : list) {
     json->BeginObject();
-    json->Key(id_key);
+    json->KeyText(id_key);
     json->Uint(item.id);
     json->Key("name");
     json->Gbk(item.name);
@@ -114,7 +116,7 @@ void WriteUrlFields(const Classification& c, bool explain, JsonWriter* json) {
 void WriteObjectSet(const char* key, uint64_t mask,
                     const std::vector<NamedId>& list, bool explain,
                     const std::string& evidence, JsonWriter* json) {
-  json->Key(key);
+  json->KeyText(key);
   json->BeginObject();
   json->Key("mask");
   json->Hex(mask);
@@ -134,7 +136,9 @@ std::string JoinNames(const std::vector<NamedId>& list, Utf8Cache* cache) {
 }
 
 void WriteClassificationJson(const ConnectionRecord& record,
-                             const Classification& c, bool explain,
+                             const Classification& c,
+                             const ConnectionVerdict* verdict,
+                             VerdictJsonWriter* verdicts, bool explain,
                              JsonWriter* json) {
   json->Clear();
   json->BeginObject();
@@ -206,17 +210,19 @@ void WriteClassificationJson(const ConnectionRecord& record,
   WriteObjectSet("time_objects", c.time_object_mask, c.time_objects, explain,
                  c.time_evidence, json);
   WriteWho(c, explain, json);
+  if (verdict != nullptr) verdicts->Write(*verdict, explain, json);
   json->EndObject();
 }
 
 std::vector<std::string> ClassificationTitles() {
-  return {"line",       "time",         "client",   "inside", "class",
-          "outside",    "area",         "app",      "url",    "white",
-          "ip objects", "time objects", "employee", "account"};
+  return {"line",       "time",         "client",   "inside",  "class",
+          "outside",    "area",         "app",      "url",     "white",
+          "ip objects", "time objects", "employee", "account", "verdict"};
 }
 
 void ClassificationCells(const ConnectionRecord& record,
-                         const Classification& c, Utf8Cache* cache,
+                         const Classification& c,
+                         const ConnectionVerdict* verdict, Utf8Cache* cache,
                          std::vector<std::string>* cells) {
   cells->clear();
   cells->push_back(std::to_string(record.line));
@@ -240,9 +246,11 @@ void ClassificationCells(const ConnectionRecord& record,
   cells->push_back(JoinNames(c.time_objects, cache));
   cells->push_back(c.has_employee ? cache->Get(c.employee) : "-");
   cells->push_back(c.signed_in ? cache->Get(c.account) : "-");
+  cells->push_back(verdict != nullptr ? VerdictCell(*verdict) : "");
 }
 
-void ClassificationNotes(const Classification& c, Utf8Cache* cache,
+void ClassificationNotes(const Classification& c,
+                         const ConnectionVerdict* verdict, Utf8Cache* cache,
                          std::vector<std::string>* notes) {
   notes->clear();
   auto note = [&](const char* what, const std::string& evidence) {
@@ -263,6 +271,7 @@ void ClassificationNotes(const Classification& c, Utf8Cache* cache,
          object.evidence);
   }
   note("employee: ", c.employee_evidence);
+  if (verdict != nullptr) VerdictNotes(*verdict, cache, notes);
 }
 
 }  // namespace quarn_tool

@@ -11,23 +11,32 @@
 
 #include "tools/common/ConnectionClassifier.h"
 #include "tools/common/Output.h"
+#include "tools/common/PolicyStage.h"
+#include "tools/common/VerdictOutput.h"
 
 namespace quarn_tool {
 
-// Replaces the writer's content with the JSON object of one connection;
-// with `explain`, each decision carries an "evidence" text.
+// Replaces the writer's content with the JSON object of one connection,
+// ending with its "verdict" (none when `verdict` is null); with `explain`,
+// each decision carries an "evidence" text.
+// `verdicts` writes the verdict; it may be null when `verdict` is.
 void WriteClassificationJson(const ConnectionRecord& record,
-                             const Classification& c, bool explain,
+                             const Classification& c,
+                             const ConnectionVerdict* verdict,
+                             VerdictJsonWriter* verdicts, bool explain,
                              JsonWriter* json);
 
-// The column titles of the table form, and one row's cells (UTF-8).
+// The column titles of the table form (the last is "verdict"), and one
+// row's cells (UTF-8; the verdict cell empty when `verdict` is null).
 std::vector<std::string> ClassificationTitles();
 void ClassificationCells(const ConnectionRecord& record,
-                         const Classification& c, Utf8Cache* cache,
+                         const Classification& c,
+                         const ConnectionVerdict* verdict, Utf8Cache* cache,
                          std::vector<std::string>* cells);
 // The evidence of a classification made with `explain`, one line (UTF-8)
-// per decision, for the lines under its table row.
-void ClassificationNotes(const Classification& c, Utf8Cache* cache,
+// per decision and the verdict's lines, for the lines under its table row.
+void ClassificationNotes(const Classification& c,
+                         const ConnectionVerdict* verdict, Utf8Cache* cache,
                          std::vector<std::string>* notes);
 
 // Dotted form of a host-order address, and "address:port".

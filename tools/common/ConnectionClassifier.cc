@@ -261,6 +261,14 @@ std::string TimeObjectEvidence(const CTimeObjMgrConfig& mgr, uint64_t id,
   return std::string();
 }
 
+// The ends of the connection in the policy's facts.
+EndpointFacts* InsideEnd(ConnectionFacts* facts) {
+  return facts->client_inside ? &facts->client : &facts->server;
+}
+EndpointFacts* OutsideEnd(ConnectionFacts* facts) {
+  return facts->client_inside ? &facts->server : &facts->client;
+}
+
 }  // namespace
 
 const char* CsDirName(DIR_CS dir) {
@@ -374,6 +382,16 @@ void ConnectionClassifier::Directions(const ConnectionRecord& record,
   quarn_GetIPDir(out->data_dir, addr, out->inside_ip, out->outside_ip, taken);
   quarn_GetPortDir(out->data_dir, addr, out->inside_port, out->outside_port,
                    taken);
+  ConnectionFacts& facts = out->facts;
+  facts.addr = addr;
+  facts.transport = record.transport;
+  const bool first_client = cs != DIR_CS_FIRST_SERVER;
+  const bool first_inside = taken == DIR_IO_OUT;
+  facts.client_inside = first_client == first_inside;
+  InsideEnd(&facts)->ip = out->inside_ip;
+  InsideEnd(&facts)->port = out->inside_port;
+  OutsideEnd(&facts)->ip = out->outside_ip;
+  OutsideEnd(&facts)->port = out->outside_port;
   if (!explain) return;
   const CLocalIPTypeTable& plan = *config_->plan();
   if (by_app) {
@@ -390,7 +408,10 @@ void ConnectionClassifier::InsideClass(bool explain,
                                        Classification* out) const {
   const CLocalIPTypeTable& plan = *config_->plan();
   const uint32_t ip = out->inside_ip;
-  out->class_id = static_cast<uint32_t>(plan.GetDepartmentIdByIP(ip));
+  EndpointFacts* inside = InsideEnd(&out->facts);
+  DescribePlace(plan, ip, nullptr, inside);
+  DescribeAreas(plan, ip, nullptr, nullptr, inside);
+  out->class_id = inside->department;
   out->class_name = ClassName(plan, out->class_id);
   out->inside_server = plan.IsServerIP(ip) != 0;
   if (!explain) return;
@@ -434,6 +455,10 @@ void ConnectionClassifier::Areas(Classification* out) const {
   out->area1.name = level1->desc;
   out->area2.id = level2->area_id;
   out->area2.name = level2->desc;
+  const CLocalIPTypeTable& plan = *config_->plan();
+  EndpointFacts* outside = OutsideEnd(&out->facts);
+  DescribePlace(plan, out->outside_ip, nullptr, outside);
+  DescribeAreas(plan, out->outside_ip, level1, level2, outside);
 }
 
 void ConnectionClassifier::Application(const ConnectionRecord& record,
@@ -445,6 +470,7 @@ void ConnectionClassifier::Application(const ConnectionRecord& record,
   } else {
     out->appid = quarn_GetUKAppId(record.addr, record.transport);
   }
+  out->facts.app_id = out->appid;
   const char* name = CAppSubtypeReader::FindDispNameByAppid(out->appid);
   out->app_name = name != nullptr ? name : "";
   if (!explain) return;
@@ -462,6 +488,7 @@ void ConnectionClassifier::Url(const ConnectionRecord& record, bool explain,
                                Classification* out) {
   if (record.url.empty() || !config_->has_urls()) return;
   const URL_GROUP_TYPE set = LookUpUrl(config_, record.url, out);
+  UrlFacts(set, out);
   if (!explain || !out->has_url) return;
   char words[80];
   snprintf(words, sizeof(words),
@@ -477,11 +504,19 @@ void ConnectionClassifier::Url(const ConnectionRecord& record, bool explain,
   out->url_evidence = std::string(words) + "; " + white;
 }
 
+void ConnectionClassifier::UrlFacts(const URL_GROUP_TYPE& set,
+                                    Classification* out) const {
+  if (!out->has_url) return;
+  out->facts.url = out->url.c_str();
+  out->facts.url_types = set;
+}
+
 void ConnectionClassifier::IPObjects(const ConnectionRecord& record,
                                      bool explain, Classification* out) const {
   const CIPObjMgr& mgr = config_->ip_objects();
   const uint32_t ip = out->inside_ip;
   mgr.find(out->ip_object_mask, record.has_mac ? record.mac : nullptr, ip, 0);
+  out->facts.ip_objects = out->ip_object_mask;
   if (out->ip_object_mask == 0) return;
   std::vector<const CIPObjMgr::tagONE_IP_MGR_OBJ*> objects;
   IPObjectList(mgr, out->ip_object_mask, &out->ip_objects, &objects);
@@ -501,6 +536,7 @@ void ConnectionClassifier::TimeObjects(const ConnectionRecord& record,
   const LocalTime& t = record.time;
   out->time_object_mask =
       mgr.get_time_type(t.month - 1, t.day, t.hour, t.minute, t.weekday);
+  out->facts.time_objects = out->time_object_mask;
   TimeObjectList(mgr, out->time_object_mask, &out->time_objects,
                  explain ? &t : nullptr);
   if (!explain) return;
@@ -523,6 +559,7 @@ void ConnectionClassifier::Employee(bool explain, Classification* out) {
     out->employee = r->GetShownName(&from_ip);
     out->employee_dep_id = r->dep_id;
     out->employee_dep = ClassName(*config_->plan(), r->dep_id);
+    out->facts.employee_department = r->dep_id;
     if (explain) {
       out->employee_evidence = "the most recently active employee record of " +
                                Orva::hip_to_string(ip);
@@ -535,9 +572,15 @@ void ConnectionClassifier::Employee(bool explain, Classification* out) {
   if (e != nullptr) {
     out->signed_in = true;
     out->account_did = e->did;
+    out->facts.account_did = e->did;
+    InsideEnd(&out->facts)->device_id = e->did;
     out->account = config_->accounts().GetShowName(e->did, 2).c_str();
     if (explain) out->employee_evidence += "; signed in from this address";
   }
+  // The filters' device ids name the account signed in at either end.
+  const EMPLOYEE_DYNAMIC_INFO* other =
+      config_->signed_in().FindEmployeeByRunIP(out->outside_ip);
+  if (other != nullptr) OutsideEnd(&out->facts)->device_id = other->did;
 }
 
 }  // namespace quarn_tool

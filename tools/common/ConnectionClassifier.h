@@ -14,6 +14,7 @@
 #include "address/AddressPredicates.h"
 #include "tools/common/ConnectionRecord.h"
 #include "tools/common/GatewayConfig.h"
+#include "tools/policy/ConnectionFacts.h"
 
 namespace quarn_tool {
 
@@ -80,6 +81,13 @@ struct Classification {
   std::string url_evidence;
   std::string time_evidence;  // the instant as the time objects saw it
   std::string employee_evidence;
+
+  // What the connection policy and the audit decision read, filled from
+  // the decisions above as they are made (each question is asked once):
+  // the inside end's department is class_id, the outside end's areas are
+  // area1 and area2 (the intranet area for a private address), and so on.
+  // facts.url points into `url`: valid while this object is unchanged.
+  ConnectionFacts facts;
 };
 
 class ConnectionClassifier {
@@ -105,6 +113,7 @@ class ConnectionClassifier {
   void TimeObjects(const ConnectionRecord& record, bool explain,
                    Classification* out) const;
   void Employee(bool explain, Classification* out);
+  void UrlFacts(const URL_GROUP_TYPE& set, Classification* out) const;
 
   GatewayConfig* config_;
   const UserDefAppItem* app_item_ = nullptr;  // of the current record

@@ -87,6 +87,7 @@ bool GatewayConfig::Load(const std::string& dir, int parts) {
   if (parts & kConfigUrls) LoadUrls();
   if (parts & kConfigEmployees) LoadEmployees();
   if (parts & kConfigAreas) CheckAreas();
+  if (parts & kConfigPolicy) LoadPolicyDocuments();
   return true;
 }
 
@@ -207,6 +208,20 @@ void GatewayConfig::CheckAreas() {
     if (Readable(path, &why)) why = "not a range table the library could load";
     Problem(path, why + "; internet areas will read as unknown");
   }
+}
+
+void GatewayConfig::LoadPolicyDocuments() {
+  const std::string key_path = PathOf("keytype_obj_mgr.xml");
+  if (key_types_.LoadFromFile(key_path.c_str()) == 0) {
+    Problem(key_path, WhyRefused(key_path));
+  }
+  const std::string audit_path = PathOf("audit_filter_policy.xml");
+  if (audit_policy_.LoadFromFile(audit_path.c_str()) == 0) {
+    Problem(audit_path, WhyRefused(audit_path));
+  }
+  const std::string ctrl_path = PathOf("ctrl_status.xml");
+  has_ctrl_status_ = ctrl_status_.LoadFromFile(ctrl_path.c_str()) != 0;
+  if (!has_ctrl_status_) Problem(ctrl_path, WhyRefused(ctrl_path));
 }
 
 bool LoadAndReport(const std::string& dir, int parts, GatewayConfig* config) {

@@ -1,7 +1,8 @@
 // Everything the `quarn` tool reads from a gateway configuration directory,
 // loaded once: the company address plan, the administrator's applications,
-// the IP and time objects, the URL databases and white list, and the three
-// employee stores.
+// the IP, time and keyword type objects, the URL databases and white list,
+// the three employee stores, the audit filter policy and the control
+// status settings. The connection policy itself is read by PolicyStage.
 //
 // The company address plan is the process-wide instance, because the
 // address predicates and direction functions read that one. The caller
@@ -21,8 +22,11 @@
 #include "employee/CEmployeeAuthAccountMgr.h"
 #include "employee/CEmployeeInfoMgr.h"
 #include "employee/CMyEmployeeDynamicInfoMgr.h"
+#include "filter/CAuditFilterConfig.h"
 #include "objects/CIPObjMgr.h"
+#include "objects/CKeyTypeObjMgr.h"
 #include "objects/CTimeObjMgrConfig.h"
+#include "settings/CCtrlStatusMgr.h"
 #include "url/CURL_Type_Finder_Ex.h"
 #include "url/CWhiteURLConfig.h"
 
@@ -43,6 +47,8 @@ std::string DefaultConfigDir();
 // Which documents a command needs; Load() reads only those. kConfigAreas
 // is the internet range tables the library loaded at its start, checked
 // rather than read; kConfigApps checks its protocol tree the same way.
+// kConfigPolicy is what the policy stage reads besides the policy file:
+// the keyword type objects, "audit_filter_policy" and "ctrl_status".
 enum ConfigPart {
   kConfigPlan = 1,
   kConfigApps = 2,
@@ -50,7 +56,8 @@ enum ConfigPart {
   kConfigUrls = 8,
   kConfigEmployees = 16,
   kConfigAreas = 32,
-  kConfigAll = 63,
+  kConfigPolicy = 64,
+  kConfigAll = 127,
 };
 
 class GatewayConfig {
@@ -85,6 +92,13 @@ class GatewayConfig {
   CEmployeeInfoMgr& employees() { return *employees_; }
   CEmployeeAuthAccountMgr& accounts() { return *accounts_; }
   CMyEmployeeDynamicInfoMgr& signed_in() { return *signed_in_; }
+  // Loaded with kConfigPolicy; each is empty when its document is missing
+  // (has_ctrl_status() then says false: the control status defaults
+  // apply).
+  const CKeyTypeObjMgr& key_types() const { return key_types_; }
+  const CAuditFilterConfig& audit_policy() const { return audit_policy_; }
+  const CCtrlStatusMgr& ctrl_status() const { return ctrl_status_; }
+  bool has_ctrl_status() const { return has_ctrl_status_; }
 
   // "<dir>/<name>".
   std::string PathOf(const char* name) const { return dir_ + "/" + name; }
@@ -97,6 +111,7 @@ class GatewayConfig {
   void LoadUrls();
   void LoadEmployees();
   void CheckAreas();
+  void LoadPolicyDocuments();
 
   std::string dir_;
   std::vector<std::string> problems_;
@@ -111,6 +126,10 @@ class GatewayConfig {
   std::unique_ptr<CEmployeeInfoMgr> employees_;
   std::unique_ptr<CEmployeeAuthAccountMgr> accounts_;
   std::unique_ptr<CMyEmployeeDynamicInfoMgr> signed_in_;
+  CKeyTypeObjMgr key_types_;
+  CAuditFilterConfig audit_policy_;
+  CCtrlStatusMgr ctrl_status_;
+  bool has_ctrl_status_ = false;
 };
 
 // Loads `parts` of `dir` into *config (see GatewayConfig::Load) and reports

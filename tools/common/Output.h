@@ -61,11 +61,19 @@ class Utf8Cache {
  public:
   // The UTF-8 form of `gbk`; valid until the next call.
   const std::string& Get(const std::string& gbk);
+  // The UTF-8 form of `gbk` as a JSON string (quoted, escaped), remembered
+  // like the UTF-8 form; valid until the next call.
+  const std::string& Json(const std::string& gbk);
 
  private:
   std::unordered_map<std::string, std::string> cache_;
+  std::unordered_map<std::string, std::string> json_;
   std::string scratch_;
 };
+
+// Appends `utf8` to *out as a JSON string: quoted, with '"', '\\' and the
+// control characters escaped.
+void AppendJsonString(const std::string& utf8, std::string* out);
 
 // "0x" and 16 upper-case hex digits: the form of masks and area ids.
 std::string HexText(uint64_t value);
@@ -82,13 +90,21 @@ class JsonWriter {
     need_comma_ = false;
   }
   const std::string& str() const { return out_; }
+  // The cache the GBK texts are converted through.
+  Utf8Cache* cache() const { return cache_; }
 
   void BeginObject();
   void EndObject();
   void BeginArray();
   void EndArray();
-  // A key inside an object; the next call writes its value.
-  void Key(const char* key);
+  // A key inside an object; the next call writes its value. Keys are plain
+  // ASCII, written as they are. A literal's length is known when compiled:
+  // keys are written many times per line.
+  template <size_t N>
+  void Key(const char (&key)[N]) {
+    AppendKey(key, N - 1);
+  }
+  void KeyText(const char* key);
 
   void Gbk(const std::string& gbk);    // text from the library
   void Utf8(const std::string& utf8);  // text already UTF-8 (or ASCII)
@@ -97,9 +113,13 @@ class JsonWriter {
   void Hex(uint64_t value);  // as a text "0x%016llX"
   void Bool(bool value);
   void Null();
+  // A value already in JSON form (as made by another JsonWriter), copied
+  // as it is.
+  void Raw(const std::string& json);
 
  private:
   void Separate();
+  void AppendKey(const char* key, size_t length);
   void AppendDecimal(uint64_t value);
   void Escaped(const std::string& utf8);
 

@@ -1,19 +1,30 @@
 #include "tools/policy/ConnectionFacts.h"
 
-#include "address/InternetRange.h"
-
 namespace quarn_tool {
 
 void DescribeEndpoint(const CLocalIPTypeTable& plan, uint32_t ip, uint16_t port,
                       EndpointFacts* out) {
   out->ip = ip;
   out->port = port;
-  out->department = static_cast<uint32_t>(plan.GetDepartmentIdByIP(ip));
+  DescribePlace(plan, ip, nullptr, out);
+  DescribeAreas(plan, ip, nullptr, nullptr, out);
+}
+
+void DescribePlace(const CLocalIPTypeTable& plan, uint32_t ip,
+                   const uint32_t* department, EndpointFacts* out) {
+  out->department = department != nullptr
+                        ? *department
+                        : static_cast<uint32_t>(plan.GetDepartmentIdByIP(ip));
   int type = 0;
   out->company_class = plan.IsIPInCompany(ip, &type)
                            ? static_cast<uint32_t>(type)
                            : COrgStructInfo::ORG_NONE;
   out->server = plan.IsInVPNServer(ip) != 0;
+}
+
+void DescribeAreas(const CLocalIPTypeTable& plan, uint32_t ip,
+                   const INTERNET_IP_DESC* level1,
+                   const INTERNET_IP_DESC* level2, EndpointFacts* out) {
   if (plan.IsPrivateAddr(ip)) {
     // Private addresses are not looked up in the range tables: they are
     // in the fixed intranet area.
@@ -21,8 +32,12 @@ void DescribeEndpoint(const CLocalIPTypeTable& plan, uint32_t ip, uint16_t port,
     out->area2 = kAreaIntranet;
     return;
   }
-  out->area1 = GetIP_INTERNET_Range_Type_Level1(ip)->area_id;
-  out->area2 = GetIP_INTERNET_Range_Type_Level2(ip)->area_id;
+  if (level1 == nullptr || level2 == nullptr) {
+    level1 = GetIP_INTERNET_Range_Type_Level1(ip);
+    level2 = GetIP_INTERNET_Range_Type_Level2(ip);
+  }
+  out->area1 = level1->area_id;
+  out->area2 = level2->area_id;
 }
 
 }  // namespace quarn_tool

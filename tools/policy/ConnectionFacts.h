@@ -14,6 +14,7 @@
 #include "address/AddressPredicates.h"
 #include "address/CLocalIPTypeTable.h"
 #include "address/COrgStructInfo.h"
+#include "address/InternetRange.h"
 #include "url/URLTypes.h"
 
 namespace quarn_tool {
@@ -76,6 +77,22 @@ struct ConnectionFacts {
 // private address). Leaves device_id as it was.
 void DescribeEndpoint(const CLocalIPTypeTable& plan, uint32_t ip, uint16_t port,
                       EndpointFacts* out);
+
+// The parts of DescribeEndpoint, for a host that has asked some of the
+// questions already and must not ask them twice.
+//
+// The plan's answers for `ip`: company class and server range; the
+// department too, unless `department` is given (non-null: what the host
+// got from GetDepartmentIdByIP for `ip`).
+void DescribePlace(const CLocalIPTypeTable& plan, uint32_t ip,
+                   const uint32_t* department, EndpointFacts* out);
+// Both area levels of `ip`: the intranet area for a private address (the
+// range tables are then not asked); otherwise the areas of `level1` and
+// `level2` when the host has asked the range tables already (both
+// non-null), else asked here.
+void DescribeAreas(const CLocalIPTypeTable& plan, uint32_t ip,
+                   const INTERNET_IP_DESC* level1,
+                   const INTERNET_IP_DESC* level2, EndpointFacts* out);
 
 }  // namespace quarn_tool
 

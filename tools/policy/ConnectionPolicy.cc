@@ -451,9 +451,14 @@ std::vector<std::string> ConnectionPolicy::Describe() const {
 
 std::string ConnectionPolicy::DescribeFilter(int index) const {
   const PolicyFilter& f = filter(index);
-  std::string text = std::to_string(index) + " \"" + f.name + "\" (line " +
-                     std::to_string(f.line) + "):";
-  const size_t bare = text.size();
+  return std::to_string(index) + " \"" + f.name + "\" (line " +
+         std::to_string(f.line) + "): " + ConditionText(index) + " => " +
+         ActionText(index);
+}
+
+std::string ConnectionPolicy::ConditionText(int index) const {
+  const PolicyFilter& f = filter(index);
+  std::string text;
   text += SideText("client", f.src);
   text += SideText("server", f.dst);
   if (f.time.value != 0) {
@@ -488,9 +493,13 @@ std::string ConnectionPolicy::DescribeFilter(int index) const {
   s.clear();
   AppendList("id", f.url_keys.key_types, Number, &s);
   add("url-key", f.url_keys.positive, s);
-  if (text.size() == bare) text += " every connection";
-  const CFilterActionContent& a = f.action;
-  text += " => save " + std::to_string(a.save_level);
+  if (text.empty()) return "every connection";
+  return text.substr(1);
+}
+
+std::string ConnectionPolicy::ActionText(int index) const {
+  const CFilterActionContent& a = filter(index).action;
+  std::string text = "save " + std::to_string(a.save_level);
   if (a.need_interrupt) text += ", interrupt " + Hex(a.interrupt_code);
   if (a.need_ignore) text += ", ignore";
   if (a.flags[0] != 0) text += ", event";

@@ -100,6 +100,11 @@ class ConnectionPolicy : public IExpressFilter {
   void Explain(const ConnectionFacts& facts, std::vector<ConditionTrace>* out);
   // "filter 3 "NAME": server address matched, required not to: fails".
   std::string TraceText(const ConditionTrace& trace) const;
+  // The conditions of filter `index` ("not time{0x2} app{id=10070000}", or
+  // "every connection") and its action ("save 3, interrupt 0x1001, event,
+  // group 2, stop"), as Describe() writes them. GBK.
+  std::string ConditionText(int index) const;
+  std::string ActionText(int index) const;
 
   // IExpressFilter: the list, its folded form, and the folding of this
   // module's kinds of filter `index`.
