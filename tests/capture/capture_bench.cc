@@ -62,7 +62,9 @@ bool WriteSynthetic(const std::string& path, uint64_t packets) {
               reinterpret_cast<const u_char*>(bytes.data()));
     ++written;
   };
-  for (uint64_t flow = 0; written < packets; ++flow) {
+  // `dump` counts the packets written.
+  for (uint64_t flow = 0;; ++flow) {
+    if (written >= packets) break;
     const uint32_t client = Ip("10.0.0.0") + (flow % 50000);
     const uint32_t server = Ip("172.16.0.0") + (flow % 4093);
     const uint16_t port = static_cast<uint16_t>(1024 + flow % 60000);
