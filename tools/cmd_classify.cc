@@ -7,24 +7,32 @@
 // the connection policy, the audit filter policy and the control status
 // make of those facts.
 //
-// Input is CSV with a header line or JSON Lines, from a file or standard
-// input, read one line at a time so memory stays constant. Output is one
-// JSON object per connection (or a table row with --format table).
+// Input is CSV with a header line or JSON Lines, read one line at a time
+// so memory stays constant, or a packet capture (pcap or pcapng, told by
+// its first bytes) whose flows are classified as they end; from a file or
+// standard input. Output is one JSON object per connection or flow (or a
+// table row with --format table).
 // SIGINT and SIGTERM stop it after the connection in hand, with everything
 // before written out and the summary printed.
 
 #include <errno.h>
 #include <fcntl.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
 
+#include <stdint.h>
+
 #include <string>
 #include <vector>
 
+#include "address/CMiniDnsTable.h"
+#include "tools/CaptureRun.h"
 #include "tools/Command.h"
+#include "tools/capture/CaptureReader.h"
 #include "tools/common/ClassificationOutput.h"
 #include "tools/common/CommandLine.h"
 #include "tools/common/ConnectionClassifier.h"
@@ -47,8 +55,13 @@ const char kOptions[] =
     "  --strict       stop at the first bad record\n"
     "  --policy FILE  the connection policy to evaluate (default:\n"
     "                 connection_policy.xml in the configuration directory)\n"
-    "  FILE           CSV with a header line, or JSON Lines; standard input\n"
-    "                 when absent or \"-\"\n";
+    "  --idle-timeout SECONDS\n"
+    "                 captures: a flow with no packet for this long (in\n"
+    "                 capture time) ends (default 300)\n"
+    "  --max-flows N  captures: most flows held at once; a new flow then\n"
+    "                 ends the one idle longest (default 65536)\n"
+    "  FILE           CSV with a header line, JSON Lines, or a pcap or\n"
+    "                 pcapng capture; standard input when absent or \"-\"\n";
 
 const char kDetails[] =
     "Input is UTF-8, one record per line of at most 65536 bytes (a longer\n"
@@ -78,7 +91,23 @@ const char kDetails[] =
     "of 1000 rows.\n"
     "\n"
     "Bad records are named on standard error (\"FILE:LINE: field ...\") and\n"
-    "skipped; a summary line ends the run.\n";
+    "skipped; a summary line ends the run.\n"
+    "\n"
+    "A capture (Ethernet with VLAN tags, Linux cooked v1/v2 or raw IPv4\n"
+    "links) is read packet by packet. IPv4 TCP and UDP packets make flows\n"
+    "(both directions of a 5-tuple; the first packet's sender, or the SYN's,\n"
+    "is the first end); each flow, when it closes, idles out, is evicted or\n"
+    "the capture ends, is classified like a record: its first packet's time\n"
+    "(local time) is the connection time, \"line\" is the flow's number, the\n"
+    "inside end's MAC comes from the link header, and the URL is the first\n"
+    "HTTP request's Host and path, else the host named by a TLS ClientHello\n"
+    "or an earlier DNS answer. Its object adds \"flow\": packets and bytes\n"
+    "[first, second], first and last time, tcp_flags (FSRPAUEC), end\n"
+    "(closed, idle, evicted, capture end), name_source (http, sni, dns or\n"
+    "none), host and inside_mac; --explain adds name_evidence. Other packets\n"
+    "(IPv6, ARP, ICMP, fragments, other links) are counted in the summary;\n"
+    "truncated packets, bad headers and a file that breaks off are named\n"
+    "(\"FILE: packet N: ...\") and counted, and make the exit status 1.\n";
 
 // Rows of the table written at once, each batch fitted to its own cells.
 const size_t kTableBatchRows = 1000;
@@ -89,7 +118,9 @@ struct Options {
   bool strict = false;
   bool table = false;
   std::string policy;  // empty: the configuration directory's
-  std::string input;   // empty: standard input
+  uint32_t idle_timeout = quarn_tool::CaptureOptions().idle_timeout_seconds;
+  uint32_t max_flows = quarn_tool::CaptureOptions().max_flows;
+  std::string input;  // empty: standard input
 };
 
 double Now() {
@@ -126,11 +157,34 @@ class Progress {
   off_t size_ = 0;
 };
 
+// A whole number from 1 up for the option `name`, when given; false after
+// naming a bad one.
+bool ParseCount(const quarn_tool::CommandLine& line, const char* name,
+                uint32_t* value) {
+  if (!line.Given(name)) return true;
+  const std::string text = line.Value(name, "");
+  char* end = nullptr;
+  errno = 0;
+  const unsigned long long n = strtoull(text.c_str(), &end, 10);
+  if (text.empty() || text[0] < '0' || text[0] > '9' || *end != '\0' ||
+      errno != 0 || n == 0 || n > UINT32_MAX) {
+    quarn_tool::UsageError("classify", std::string(name) +
+                                           ": a whole number from 1 to " +
+                                           std::to_string(UINT32_MAX));
+    return false;
+  }
+  *value = static_cast<uint32_t>(n);
+  return true;
+}
+
 // -1 to go on, else the exit status.
 int ParseArgs(const std::vector<std::string>& args, Options* options) {
-  quarn_tool::CommandLine line(
-      quarn_tool::Format::kJson,
-      {{"--explain", false}, {"--strict", false}, {"--policy", true}});
+  quarn_tool::CommandLine line(quarn_tool::Format::kJson,
+                               {{"--explain", false},
+                                {"--strict", false},
+                                {"--policy", true},
+                                {"--idle-timeout", true},
+                                {"--max-flows", true}});
   const int rc = quarn_tool::ParseCommandLine("classify", args, &line);
   if (rc >= 0) return rc;
   if (line.positional().size() > 1) {
@@ -141,6 +195,10 @@ int ParseArgs(const std::vector<std::string>& args, Options* options) {
   options->strict = line.Given("--strict");
   options->table = line.table();
   options->policy = line.Value("--policy", "");
+  if (!ParseCount(line, "--idle-timeout", &options->idle_timeout) ||
+      !ParseCount(line, "--max-flows", &options->max_flows)) {
+    return quarn_tool::kExitNothingDone;
+  }
   if (!line.positional().empty() && line.positional()[0] != "-") {
     options->input = line.positional()[0];
   }
@@ -305,6 +363,98 @@ bool LoadPolicy(const std::string& path, quarn_tool::PolicyStage* stage) {
   return ready && messages.empty();
 }
 
+// Reads up to kCaptureMagicBytes from `fd` into `magic` (fewer at the end
+// of the input or on a stop request). False, with errno kept, when a read
+// fails.
+bool Peek(int fd, unsigned char* magic, size_t* got) {
+  *got = 0;
+  while (*got < quarn_tool::kCaptureMagicBytes) {
+    if (!quarn_tool::StopSignals::WaitReadable(fd)) return true;
+    const ssize_t n =
+        read(fd, magic + *got, quarn_tool::kCaptureMagicBytes - *got);
+    if (n > 0) {
+      *got += static_cast<size_t>(n);
+    } else if (n == 0) {
+      return true;
+    } else if (errno != EINTR) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// The summary of a capture on standard error, and the exit status.
+int CaptureStatus(const quarn_tool::CaptureRun& run, bool read,
+                  bool config_problems, int output_status, double seconds) {
+  const quarn_tool::CaptureCounts& n = run.counts();
+  const bool stopped = quarn_tool::StopSignals::requested();
+  const char* how = stopped ? " (stopped by a signal)"
+                    : output_status != quarn_tool::kExitOk
+                        ? " (stopped: output failed)"
+                        : "";
+  auto u = [](uint64_t v) { return static_cast<unsigned long long>(v); };
+  fprintf(stderr,
+          "quarn: %llu flows classified from %llu packets: %llu IPv4 TCP, "
+          "%llu IPv4 UDP, %llu IPv6, %llu ARP, %llu ICMP, %llu fragments, "
+          "%llu other, %llu truncated, %llu bad header%s; names: %llu http, "
+          "%llu sni, %llu dns; in %.3f s (%.0f packets/s)%s\n",
+          u(run.classified()), u(n.packets), u(n.ipv4_tcp), u(n.ipv4_udp),
+          u(n.ipv6), u(n.arp), u(n.icmp), u(n.fragments),
+          u(n.other_ipv4 + n.other_link), u(n.truncated), u(n.bad_header),
+          n.read_errors > 0 ? "; the file broke off" : "", u(n.names_http),
+          u(n.names_sni), u(n.names_dns), seconds,
+          seconds > 0 ? n.packets / seconds : 0.0, how);
+  if (stopped) return 128 + quarn_tool::StopSignals::signal();
+  if (output_status != quarn_tool::kExitOk) return output_status;
+  if (!read) return quarn_tool::kExitNothingDone;
+  if (n.truncated > 0 || n.bad_header > 0 || n.read_errors > 0 ||
+      config_problems) {
+    return quarn_tool::kExitSomeBad;
+  }
+  return quarn_tool::kExitOk;
+}
+
+// Classifies the flows of the capture on `in` (whose first bytes, already
+// read, are `magic`). Names DNS answers into the process-wide DNS table,
+// as a gateway process does. Returns the exit status.
+int ClassifyCapture(const Options& options, int in, const unsigned char* magic,
+                    size_t got, quarn_tool::GatewayConfig* config,
+                    quarn_tool::PolicyStage* stage, bool config_problems) {
+  const std::string name = options.input.empty() ? "<stdin>" : options.input;
+  FILE* stream = quarn_tool::OpenPrefixedStream(in, magic, got);
+  if (stream == nullptr) {
+    fprintf(stderr, "quarn: %s: %s\n", name.c_str(), strerror(errno));
+    if (in != STDIN_FILENO) close(in);
+    return quarn_tool::kExitNothingDone;
+  }
+  // libpcap reads each record with two small reads: one large buffer saves
+  // most of the calls. It outlives the stream, which the reader closes.
+  std::vector<char> buffer(size_t{1} << 20);
+  setvbuf(stream, buffer.data(), _IOFBF, buffer.size());
+  quarn_tool::CaptureOptions capture;
+  capture.idle_timeout_seconds = options.idle_timeout;
+  capture.max_flows = options.max_flows;
+  capture.stop_requested = &quarn_tool::StopSignals::requested;
+  CMiniDnsTable* dns = CMiniDnsTable_Singleton::instance();
+  dns->Create();
+  capture.dns_table = dns;
+  quarn_tool::ConnectionClassifier classifier(config);
+  quarn_tool::CaptureRun run(&classifier, stage, quarn_tool::StandardOutput(),
+                             options.explain, options.table, kTableBatchRows);
+  std::string error;
+  const double start = Now();
+  const bool read = run.Read(stream, name, capture, &error);
+  if (!read) {
+    fclose(stream);
+    fprintf(stderr, "quarn: %s: not a readable capture: %s\n", name.c_str(),
+            error.c_str());
+  }
+  dns->Destory();
+  const int output_status = quarn_tool::FinishOutput(quarn_tool::kExitOk);
+  return CaptureStatus(run, read, config_problems, output_status,
+                       Now() - start);
+}
+
 int RunClassify(const std::vector<std::string>& args) {
   Options options;
   const int rc = ParseArgs(args, &options);
@@ -324,7 +474,21 @@ int RunClassify(const std::vector<std::string>& args) {
   const bool policy_problems = !LoadPolicy(options.policy, &stage);
 
   quarn_tool::StopSignals::Install();
+  unsigned char magic[quarn_tool::kCaptureMagicBytes];
+  size_t got = 0;
+  if (!Peek(in, magic, &got)) {
+    fprintf(stderr, "quarn: %s: read failed after line 0: %s\n",
+            options.input.empty() ? "<stdin>" : options.input.c_str(),
+            strerror(errno));
+    if (in != STDIN_FILENO) close(in);
+    return quarn_tool::kExitNothingDone;
+  }
+  if (quarn_tool::IsCaptureMagic(magic, got)) {
+    return ClassifyCapture(options, in, magic, got, &config, &stage,
+                           !config.problems().empty() || policy_problems);
+  }
   LineReader lines(in, quarn_tool::kMaxRecordBytes, true);
+  lines.Preload(reinterpret_cast<const char*>(magic), got);
   Progress progress(in, options.input.size() > 0 && isatty(STDERR_FILENO));
   Run run(options, &config, &stage, quarn_tool::StandardOutput());
   const double start = Now();
@@ -362,9 +526,12 @@ int RunClassify(const std::vector<std::string>& args) {
 
 }  // namespace
 
-QUARN_COMMAND(classify, "[--explain] [--strict] [--policy FILE] [FILE]",
+QUARN_COMMAND(classify,
+              "[--explain] [--strict] [--policy FILE] [--idle-timeout "
+              "SECONDS] [--max-flows N] [FILE]",
               "every decision the gateway makes for each connection of a CSV "
-              "or JSON Lines input: direction, department, internet areas, "
-              "application, URL categories, objects, employee and account, "
-              "and the verdict of the connection policy and the audit",
+              "or JSON Lines input, or each flow of a pcap or pcapng capture: "
+              "direction, department, internet areas, application, URL "
+              "categories, objects, employee and account, and the verdict of "
+              "the connection policy and the audit",
               kOptions, kDetails, RunClassify);

@@ -79,7 +79,8 @@ struct CaptureReader::Source {
 
 CaptureReader::CaptureReader(const CaptureOptions& options)
     : tracker_(std::make_unique<FlowTracker>(options)),
-      max_warnings_per_kind_(options.max_warnings_per_kind) {}
+      max_warnings_per_kind_(options.max_warnings_per_kind),
+      stop_requested_(options.stop_requested) {}
 
 CaptureReader::~CaptureReader() = default;
 
@@ -187,8 +188,10 @@ bool CaptureReader::ReadOpened(Source* source, const FlowSink& flows,
                     std::string("bad header: ") + packet.problem);
         break;
     }
+    if (stop_requested_ != nullptr && stop_requested_()) break;
   }
-  if (rc == PCAP_ERROR) {
+  const bool stopped = stop_requested_ != nullptr && stop_requested_();
+  if (rc == PCAP_ERROR && !stopped) {
     ++counts.read_errors;
     warner.Warn(
         kWarnRead, number + 1,

@@ -48,6 +48,10 @@ struct CaptureOptions {
   // passes its process-wide one, with its watch items). Not owned; it must
   // have been Create()d. Null: the reader keeps a table of its own.
   CMiniDnsTable* dns_table = nullptr;
+  // Asked after every packet (when set): true stops the reading there, as
+  // if the capture ended, so the flows in hand still end and are handed
+  // out. A read that a signal interrupts is then no read error.
+  bool (*stop_requested)() = nullptr;
 };
 
 // Where a flow's host name came from.
@@ -173,6 +177,7 @@ class CaptureReader {
 
   std::unique_ptr<FlowTracker> tracker_;
   uint32_t max_warnings_per_kind_;
+  bool (*stop_requested_)();
   std::vector<char> buffer_;  // stdio buffer of the file being read
 };
 

@@ -142,6 +142,15 @@ void WriteClassificationJson(const ConnectionRecord& record,
                              JsonWriter* json) {
   json->Clear();
   json->BeginObject();
+  WriteClassificationMembers(record, c, verdict, verdicts, explain, json);
+  json->EndObject();
+}
+
+void WriteClassificationMembers(const ConnectionRecord& record,
+                                const Classification& c,
+                                const ConnectionVerdict* verdict,
+                                VerdictJsonWriter* verdicts, bool explain,
+                                JsonWriter* json) {
   json->Key("line");
   json->Int(record.line);
   json->Key("time");
@@ -211,7 +220,6 @@ void WriteClassificationJson(const ConnectionRecord& record,
                  c.time_evidence, json);
   WriteWho(c, explain, json);
   if (verdict != nullptr) verdicts->Write(*verdict, explain, json);
-  json->EndObject();
 }
 
 std::vector<std::string> ClassificationTitles() {

@@ -26,6 +26,14 @@ void WriteClassificationJson(const ConnectionRecord& record,
                              VerdictJsonWriter* verdicts, bool explain,
                              JsonWriter* json);
 
+// The members of that object alone, inside an object the caller opened
+// (so that a caller can add members of its own after the verdict).
+void WriteClassificationMembers(const ConnectionRecord& record,
+                                const Classification& c,
+                                const ConnectionVerdict* verdict,
+                                VerdictJsonWriter* verdicts, bool explain,
+                                JsonWriter* json);
+
 // The column titles of the table form (the last is "verdict"), and one
 // row's cells (UTF-8; the verdict cell empty when `verdict` is null).
 std::vector<std::string> ClassificationTitles();

@@ -2,6 +2,7 @@
 
 #include <inttypes.h>
 #include <stdio.h>
+#include <string.h>
 #include <strings.h>
 
 #include "address/InternetRange.h"
@@ -362,7 +363,7 @@ void ConnectionClassifier::Classify(const ConnectionRecord& record,
   Areas(out);
   Application(record, explain, out);
   Url(record, explain, out);
-  IPObjects(record, explain, out);
+  IPObjects(explain, out);
   TimeObjects(record, explain, out);
   Employee(explain, out);
 }
@@ -388,6 +389,14 @@ void ConnectionClassifier::Directions(const ConnectionRecord& record,
   const bool first_client = cs != DIR_CS_FIRST_SERVER;
   const bool first_inside = taken == DIR_IO_OUT;
   facts.client_inside = first_client == first_inside;
+  out->first_inside = first_inside;
+  const int inside_end = first_inside ? 0 : 1;
+  const unsigned char* mac = record.has_mac ? record.mac
+                             : record.has_end_mac[inside_end]
+                                 ? record.end_mac[inside_end]
+                                 : nullptr;
+  out->has_inside_mac = mac != nullptr;
+  if (mac != nullptr) memcpy(out->inside_mac, mac, sizeof(out->inside_mac));
   InsideEnd(&facts)->ip = out->inside_ip;
   InsideEnd(&facts)->port = out->inside_port;
   OutsideEnd(&facts)->ip = out->outside_ip;
@@ -511,11 +520,11 @@ void ConnectionClassifier::UrlFacts(const URL_GROUP_TYPE& set,
   out->facts.url_types = set;
 }
 
-void ConnectionClassifier::IPObjects(const ConnectionRecord& record,
-                                     bool explain, Classification* out) const {
+void ConnectionClassifier::IPObjects(bool explain, Classification* out) const {
   const CIPObjMgr& mgr = config_->ip_objects();
   const uint32_t ip = out->inside_ip;
-  mgr.find(out->ip_object_mask, record.has_mac ? record.mac : nullptr, ip, 0);
+  mgr.find(out->ip_object_mask, out->has_inside_mac ? out->inside_mac : nullptr,
+           ip, 0);
   out->facts.ip_objects = out->ip_object_mask;
   if (out->ip_object_mask == 0) return;
   std::vector<const CIPObjMgr::tagONE_IP_MGR_OBJ*> objects;
@@ -523,9 +532,9 @@ void ConnectionClassifier::IPObjects(const ConnectionRecord& record,
   if (!explain) return;
   for (size_t i = 0; i < objects.size(); ++i) {
     std::string range = HoldingRange(objects[i]->ip_ranges, ip);
-    out->ip_objects[i].evidence = range.empty()
-                                      ? "MAC " + Orva::mac_addr_to_a(record.mac)
-                                      : "range " + range;
+    out->ip_objects[i].evidence =
+        range.empty() ? "MAC " + Orva::mac_addr_to_a(out->inside_mac)
+                      : "range " + range;
   }
 }
 

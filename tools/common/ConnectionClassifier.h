@@ -32,6 +32,12 @@ struct Classification {
   uint16_t inside_port = 0;
   uint32_t outside_ip = 0;
   uint16_t outside_port = 0;
+  // Whether the first end of the connection is the inside one, and the
+  // inside end's MAC address: the record's mac, else the end MAC of the
+  // end found inside (has_inside_mac false when there is none).
+  bool first_inside = false;
+  bool has_inside_mac = false;
+  unsigned char inside_mac[6] = {0, 0, 0, 0, 0, 0};
 
   // Company class or department of the inside end (21, 25, 31, 40, 50 or
   // a department id) and its name, and whether it lies in a server or DMZ
@@ -108,8 +114,7 @@ class ConnectionClassifier {
   void Application(const ConnectionRecord& record, bool explain,
                    Classification* out);
   void Url(const ConnectionRecord& record, bool explain, Classification* out);
-  void IPObjects(const ConnectionRecord& record, bool explain,
-                 Classification* out) const;
+  void IPObjects(bool explain, Classification* out) const;
   void TimeObjects(const ConnectionRecord& record, bool explain,
                    Classification* out) const;
   void Employee(bool explain, Classification* out);

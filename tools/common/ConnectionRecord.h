@@ -40,6 +40,11 @@ struct ConnectionRecord {
   std::string url;  // GBK, as the library takes text; empty when none
   bool has_mac = false;
   unsigned char mac[6] = {0, 0, 0, 0, 0, 0};
+  // When has_mac is not set: the MAC address of each end (first, second)
+  // as a link header showed it, for connections read from packets. The
+  // classifier takes the one of the end it finds inside.
+  bool has_end_mac[2] = {false, false};
+  unsigned char end_mac[2][6] = {{0}, {0}};
 };
 
 // "YYYY-MM-DD HH:MM" with optional ":SS" (a "T" may stand for the space),

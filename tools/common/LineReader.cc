@@ -17,6 +17,13 @@ LineReader::LineReader(int fd, size_t max_line, bool watch_stop,
       watch_stop_(watch_stop),
       buffer_(std::max(read_bytes, max_line + 2)) {}
 
+void LineReader::Preload(const char* data, size_t size) {
+  size = std::min(size, buffer_.size() - end_);
+  memcpy(buffer_.data() + end_, data, size);
+  end_ += size;
+  bytes_read_ += size;
+}
+
 LineReader::Status LineReader::Next(std::string_view* line) {
   for (;;) {
     const char* base = buffer_.data();

@@ -31,6 +31,11 @@ class LineReader {
   LineReader(int fd, size_t max_line, bool watch_stop = false,
              size_t read_bytes = size_t{1} << 20);
 
+  // Hands out `size` bytes already taken from the descriptor (e.g. to
+  // tell the input's format) before what is read from it. At most the
+  // reader's buffer size; call before the first Next().
+  void Preload(const char* data, size_t size);
+
   // The next line, without its line end ("\n" or "\r\n"), into *line,
   // which stays valid until the next call. The last line needs no line
   // end. After kEnd, kError or kStopped the reader gives the same again.
