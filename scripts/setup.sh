@@ -9,7 +9,7 @@ shift || true
 
 packages=(cmake ninja-build g++ clang-14 libclang-rt-14-dev pkg-config
           libace-dev libtinyxml-dev libgtest-dev libgmock-dev
-          libbenchmark-dev libsimdjson-dev libpcap-dev)
+          libbenchmark-dev libsimdjson-dev libpcap-dev help2man)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' \

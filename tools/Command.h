@@ -3,7 +3,7 @@
 //
 // Every command parses its arguments with a CommandLine (the options all
 // commands share, plus its own) through ParseCommandLine, which also
-// answers --help from the texts registered here.
+// answers --help from the texts registered here, and --version.
 
 #ifndef QUARN_TOOLS_COMMAND_H_
 #define QUARN_TOOLS_COMMAND_H_
@@ -56,8 +56,10 @@ struct CommandRegistrar {
 
 // Parses the arguments of command `name` into *line. Returns -1 when the
 // command should go on. Otherwise returns the exit status: kExitOk after
-// printing the command's help on standard output (--help),
-// kExitNothingDone after naming the fault and the usage on standard error.
+// printing on standard output the command's help (--help), the tool's
+// version (--version) or the options it takes, one a line, for the shell's
+// completion (the hidden --list-options); kExitNothingDone after naming the
+// fault and the usage on standard error.
 int ParseCommandLine(const char* name, const std::vector<std::string>& args,
                      CommandLine* line);
 

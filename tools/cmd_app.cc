@@ -27,8 +27,7 @@ const char kOptions[] =
     "  --judge N      the judge value the host passes with the connection\n"
     "                 (default 0)\n"
     "  FIRST SECOND   the two ends, \"address:port\"\n"
-    "  TRANSPORT      tcp (default) or udp\n"
-    "                 more connections may follow\n";
+    "  TRANSPORT      tcp (default) or udp; more connections may follow\n";
 
 const char kDetails[] =
     "One JSON object per connection: first, second, transport, client\n"

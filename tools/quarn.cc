@@ -25,7 +25,8 @@ const char kCommonOptions[] =
     "                 the module directory)\n"
     "  --format F     json: one JSON object per line for each item, names in\n"
     "                 UTF-8; table: an aligned table (default: %s)\n"
-    "  -h, --help     this help\n";
+    "  -h, --help     this help\n"
+    "  --version      the version of quarn\n";
 
 const Command* Find(const char* name) {
   for (const Command& command : Commands()) {
@@ -64,13 +65,13 @@ std::string Sentence(const char* summary) {
 }
 
 void PrintUsage(const Command& command, FILE* out) {
-  fprintf(out, "usage: quarn %s %s%s%s\n", command.name, kCommonUsage,
+  fprintf(out, "Usage: quarn %s %s%s%s\n", command.name, kCommonUsage,
           *command.usage ? " " : "", command.usage);
 }
 
 void PrintCommandHelp(const Command& command, Format default_format) {
   PrintUsage(command, stdout);
-  printf("\n%s\noptions:\n%s", Wrap(Sentence(command.summary), 0).c_str(),
+  printf("\n%s\nOptions:\n%s", Wrap(Sentence(command.summary), 0).c_str(),
          command.options);
   printf(kCommonOptions, FormatName(default_format));
   printf("\n%s\nexit status:\n%s", command.details, kExitStatusHelp);
@@ -87,8 +88,17 @@ int ParseCommandLine(const char* name, const std::vector<std::string>& args,
                      CommandLine* line) {
   const Command* command = Find(name);
   if (!line->Parse(args)) return UsageError(name, line->error());
-  if (!line->help()) return -1;
-  if (command != nullptr) PrintCommandHelp(*command, line->default_format());
+  if (line->help()) {
+    if (command != nullptr) PrintCommandHelp(*command, line->default_format());
+  } else if (line->version()) {
+    printf("quarn %s\n", QUARN_VERSION);
+  } else if (line->list_options()) {
+    for (const std::string& option : line->OptionNames()) {
+      printf("%s\n", option.c_str());
+    }
+  } else {
+    return -1;
+  }
   return kExitOk;
 }
 
@@ -140,13 +150,17 @@ int FinishOutput(int status) {
 namespace {
 
 void PrintHelp(FILE* out) {
-  fprintf(out, "usage: quarn <command> [options] [arguments]\n\ncommands:\n");
+  fprintf(out,
+          "Usage: quarn COMMAND [OPTION]... [ARGUMENT]...\n"
+          "\nLooks at the gateway's configuration and reference data the way "
+          "the\nlibrary sees it.\n"
+          "\nCommands:\n");
   for (const quarn_tool::Command& command : quarn_tool::Commands()) {
     fprintf(out, "  %s%s%s\n%s", command.name, *command.usage ? " " : "",
             command.usage, quarn_tool::Wrap(command.summary, 6).c_str());
   }
   fprintf(out,
-          "\noptions of every command:\n"
+          "\nOptions:\n"
           "  --config DIR   gateway configuration directory (default: "
           "gateway/ in\n"
           "                 the module directory)\n"
@@ -155,11 +169,30 @@ void PrintHelp(FILE* out) {
           "                 classify)\n"
           "  -h, --help     the command's options and output (also\n"
           "                 `quarn help COMMAND`)\n"
-          "\n`quarn --version` prints the version of quarn. Reference data is\n"
-          "read from the library's directory, or from $QUARN_MODULE_DIR when\n"
-          "it is set. Names are printed in UTF-8.\n"
+          "  --version      the version of quarn\n"
+          "\nEvery command takes these options; an option's value follows it\n"
+          "or an \"=\" (--format json, --format=json). `quarn --version` "
+          "prints\nthe version of quarn. Reference data is read from the "
+          "library's\ndirectory, or from $QUARN_MODULE_DIR when it is set. "
+          "Names are\nprinted in UTF-8.\n"
           "\nexit status of every command:\n%s",
           quarn_tool::kExitStatusHelp);
+}
+
+// The hidden listings the shell's completion asks for: the commands, and
+// the options `quarn` takes before one. Returns whether `arg` was one.
+bool PrintListing(const char* arg) {
+  if (strcmp(arg, "--list-commands") == 0) {
+    for (const quarn_tool::Command& command : quarn_tool::Commands()) {
+      printf("%s\n", command.name);
+    }
+    return true;
+  }
+  if (strcmp(arg, "--list-options") == 0) {
+    printf("--help\n-h\n--version\n");
+    return true;
+  }
+  return false;
 }
 
 int Run(int argc, char** argv) {
@@ -181,6 +214,7 @@ int Run(int argc, char** argv) {
     printf("quarn %s\n", QUARN_VERSION);
     return quarn_tool::kExitOk;
   }
+  if (argc == 2 && PrintListing(argv[1])) return quarn_tool::kExitOk;
   for (const quarn_tool::Command& command : quarn_tool::Commands()) {
     if (strcmp(argv[1], command.name) == 0) {
       return command.run(std::vector<std::string>(argv + 2, argv + argc));

@@ -81,19 +81,53 @@ bool ParseRange(const std::string& line, quarn_tool::IptRecord* r,
   return true;
 }
 
+const char kUsage[] = "Usage: quarn_ipt [--key N] SOURCE OUTPUT\n";
+
 int Usage() {
-  fprintf(stderr, "usage: quarn_ipt [--key N] <source.txt> <output.dat>\n");
+  fputs(kUsage, stderr);
   return 2;
+}
+
+void PrintHelp() {
+  printf(
+      "%s\nWrites a binary \"ipt\" range file from its text source.\n"
+      "\nOptions:\n"
+      "  --key N        the key byte the file starts with, from which the\n"
+      "                 cipher of the records follows (default 0x17;\n"
+      "                 decimal, or hex after \"0x\")\n"
+      "  -h, --help     this help\n"
+      "  --version      the version of quarn_ipt\n"
+      "\nSOURCE is UTF-8, one item per line; blank lines and lines starting\n"
+      "with \"#\" are ignored. \"version N\" (decimal, 1 if absent) comes\n"
+      "before the ranges; each range is \"FIRST-IP LAST-IP AREA-ID\n"
+      "DESCRIPTION\": dotted IPv4 addresses, the area id in hex with or\n"
+      "without \"0x\", and the rest of the line, converted to GBK. Records\n"
+      "are written to OUTPUT in the order given.\n"
+      "\nThe exit status is 0 when OUTPUT was written, 1 when the source is\n"
+      "bad or a file cannot be read or written, 2 on a usage error.\n",
+      kUsage);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (argc == 2 &&
+      (strcmp(argv[1], "--help") == 0 || strcmp(argv[1], "-h") == 0)) {
+    PrintHelp();
+    return 0;
+  }
+  if (argc == 2 && strcmp(argv[1], "--version") == 0) {
+    printf("quarn_ipt %s\n", QUARN_VERSION);
+    return 0;
+  }
   unsigned char key_byte = 0x17;
   int arg = 1;
   if (arg + 1 < argc && strcmp(argv[arg], "--key") == 0) {
     key_byte = static_cast<unsigned char>(strtoul(argv[arg + 1], nullptr, 0));
     arg += 2;
+  } else if (arg < argc && strncmp(argv[arg], "--key=", 6) == 0) {
+    key_byte = static_cast<unsigned char>(strtoul(argv[arg] + 6, nullptr, 0));
+    arg += 1;
   }
   if (argc - arg != 2) return Usage();
   const char* source = argv[arg];

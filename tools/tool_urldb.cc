@@ -33,11 +33,37 @@ int Fail(const char* what, const char* path) {
   return 1;
 }
 
+const char kUsage[] = "Usage: quarn_urldb DATABASE.xml DATABASE.dat\n";
+
+void PrintHelp() {
+  printf(
+      "%s\nEnciphers a URL category database so that the URL finder can "
+      "load\nit as a \".dat\" file.\n"
+      "\nOptions:\n"
+      "  -h, --help     this help\n"
+      "  --version      the version of quarn_urldb\n"
+      "\nThe input must be a URL database document (a root element holding\n"
+      "\"url_db\"). The output is checked by deciphering it again.\n"
+      "\nThe exit status is 0 when the output was written and checked, 1 "
+      "when\na file is bad or cannot be read or written, 2 on a usage "
+      "error.\n",
+      kUsage);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (argc == 2 &&
+      (strcmp(argv[1], "--help") == 0 || strcmp(argv[1], "-h") == 0)) {
+    PrintHelp();
+    return 0;
+  }
+  if (argc == 2 && strcmp(argv[1], "--version") == 0) {
+    printf("quarn_urldb %s\n", QUARN_VERSION);
+    return 0;
+  }
   if (argc != 3) {
-    fprintf(stderr, "usage: quarn_urldb <database.xml> <database.dat>\n");
+    fputs(kUsage, stderr);
     return 2;
   }
   const char* in_path = argv[1];
