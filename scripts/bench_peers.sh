@@ -13,6 +13,8 @@
 # (the core to pin to, default 1, or 0 on a one-core machine).
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
+# shellcheck source=scripts/install_packages.sh
+. "$root/scripts/install_packages.sh"
 build="$root/build-bench"
 readme="$root/bench/README.md"
 jobs=${QUARN_BENCH_JOBS:-2}
@@ -23,18 +25,7 @@ packages=(cmake ninja-build g++ pkg-config libace-dev libtinyxml-dev
           libbenchmark-dev
           libhyperscan-dev libmaxminddb-dev libmaxmind-db-writer-perl
           libabsl-dev libtins-dev wamerican)
-missing=()
-for p in "${packages[@]}"; do
-  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' \
-    || missing+=("$p")
-done
-if [ ${#missing[@]} -gt 0 ]; then
-  sudo=""
-  [ "$(id -u)" -eq 0 ] || sudo=sudo
-  $sudo apt-get update
-  DEBIAN_FRONTEND=noninteractive $sudo apt-get -o DPkg::Lock::Timeout=600 \
-    install -y "${missing[@]}"
-fi
+install_packages "${packages[@]}"
 
 cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release \
       -DQUARN_BUILD_BENCH=ON -DQUARN_BUILD_TESTS=OFF

@@ -17,6 +17,7 @@ build=${1:?usage: capture_agreement.sh BUILD_DIR [CAPTURE...]}
 shift
 quarn=$build/tools/quarn
 here=$(cd "$(dirname "$0")" && pwd)
+. "$here/capture_inputs.sh"
 captures=$here/../../../shared/captures
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -25,10 +26,7 @@ if [ ! -x "$quarn" ]; then
   echo "no $quarn: build the quarn target first" >&2
   exit 1
 fi
-if ! command -v ndpiReader >/dev/null 2>&1; then
-  echo "ndpiReader not found: apt-get install libndpi-bin" >&2
-  exit 1
-fi
+require_ndpi
 if [ $# -eq 0 ]; then
   if [ ! -d "$captures" ]; then
     echo "no $captures: nothing to compare"

@@ -20,6 +20,7 @@ core=${2:-1}
 quarn=$build/tools/quarn
 bench=$build/tests/capture/capture_bench
 here=$(cd "$(dirname "$0")" && pwd)
+. "$here/capture_inputs.sh"
 captures=$here/../../../shared/captures
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -31,25 +32,9 @@ for exe in "$quarn" "$bench"; do
     exit 1
   fi
 done
-if ! command -v ndpiReader >/dev/null 2>&1; then
-  echo "ndpiReader not found: apt-get install libndpi-bin" >&2
-  exit 1
-fi
+require_ndpi
 
-"$bench" --synthetic "$work/synthetic.pcap" 1000000
-files="$work/synthetic.pcap"
-if [ -d "$captures" ]; then
-  largest=$(ls -S "$captures"/*.pcap "$captures"/*.pcapng 2>/dev/null | head -1)
-  if [ -n "$largest" ]; then
-    packets=$("$bench" --measure "$largest" | sed -n 's/.* x1: \([0-9]*\) packets.*/\1/p')
-    times=$((1000000 / packets + 1))
-    name=$(basename "$largest")
-    "$bench" --repeat "$largest" "$times" "$work/${name%.*}_x$times.pcap"
-    files="$files $work/${name%.*}_x$times.pcap"
-  fi
-else
-  echo "no $captures: the public captures are skipped"
-fi
+prepare_capture_inputs "$bench" "$work" "$captures"
 
 now() { date +%s.%N; }
 for file in $files; do

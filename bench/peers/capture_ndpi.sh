@@ -19,6 +19,7 @@ build=${1:?usage: capture_ndpi.sh BUILD_DIR [CORE]}
 core=${2:-1}
 bench=$build/tests/capture/capture_bench
 here=$(cd "$(dirname "$0")" && pwd)
+. "$here/capture_inputs.sh"
 captures=$here/../../../shared/captures
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -27,26 +28,9 @@ if [ ! -x "$bench" ]; then
   echo "no $bench: build the capture_bench target first" >&2
   exit 1
 fi
-if ! command -v ndpiReader >/dev/null 2>&1; then
-  echo "ndpiReader not found: apt-get install libndpi-bin" >&2
-  exit 1
-fi
+require_ndpi
 
-files=""
-"$bench" --synthetic "$work/synthetic.pcap" 1000000
-files="$work/synthetic.pcap"
-if [ -d "$captures" ]; then
-  largest=$(ls -S "$captures"/*.pcap "$captures"/*.pcapng 2>/dev/null | head -1)
-  if [ -n "$largest" ]; then
-    packets=$("$bench" --measure "$largest" | sed -n 's/.* x1: \([0-9]*\) packets.*/\1/p')
-    times=$((1000000 / packets + 1))
-    name=$(basename "$largest")
-    "$bench" --repeat "$largest" "$times" "$work/${name%.*}_x$times.pcap"
-    files="$files $work/${name%.*}_x$times.pcap"
-  fi
-else
-  echo "no $captures: the public captures are skipped"
-fi
+prepare_capture_inputs "$bench" "$work" "$captures"
 
 for file in $files; do
   cat "$file" >/dev/null  # into the page cache
