@@ -2,7 +2,6 @@
 
 #include <errno.h>
 #include <string.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -52,35 +51,14 @@ uint32_t Magic(const unsigned char* b) {
          b[3];
 }
 
-void TimeText(const CaptureTime& t, bool micro, std::string* text,
-              LocalTime* local) {
-  const time_t sec = static_cast<time_t>(t.sec);
-  struct tm tm;
-  if (localtime_r(&sec, &tm) == nullptr) memset(&tm, 0, sizeof(tm));
-  char buffer[48];
-  int n = snprintf(buffer, sizeof(buffer), "%04d-%02d-%02d %02d:%02d:%02d",
-                   tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday, tm.tm_hour,
-                   tm.tm_min, tm.tm_sec);
-  if (micro) {
-    n += snprintf(buffer + n, sizeof(buffer) - n, ".%06u",
-                  static_cast<unsigned>(t.usec % 1000000));
+// "aa:bb:cc:dd:ee:ff" of `mac` into `out` (17 bytes, no terminator).
+void MacText(const unsigned char* mac, char* out) {
+  static const char kDigits[] = "0123456789abcdef";
+  for (int i = 0; i < 6; ++i) {
+    out[i * 3] = kDigits[mac[i] >> 4];
+    out[i * 3 + 1] = kDigits[mac[i] & 0xF];
+    if (i < 5) out[i * 3 + 2] = ':';
   }
-  text->assign(buffer, static_cast<size_t>(n));
-  if (local == nullptr) return;
-  local->year = tm.tm_year + 1900;
-  local->month = tm.tm_mon + 1;
-  local->day = tm.tm_mday;
-  local->hour = tm.tm_hour;
-  local->minute = tm.tm_min;
-  local->second = tm.tm_sec;
-  local->weekday = tm.tm_wday;
-}
-
-std::string MacText(const unsigned char* mac) {
-  char text[18];
-  snprintf(text, sizeof(text), "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1],
-           mac[2], mac[3], mac[4], mac[5]);
-  return text;
 }
 
 }  // namespace
@@ -108,9 +86,11 @@ FILE* OpenPrefixedStream(int fd, const unsigned char* prefix, size_t size) {
   return stream;
 }
 
-void FlowRecord(const CaptureFlow& flow, ConnectionRecord* record) {
+void FlowRecord(const CaptureFlow& flow, LocalClock* clock,
+                ConnectionRecord* record) {
   record->line = static_cast<int64_t>(flow.number);
-  TimeText(flow.first, false, &record->time_text, &record->time);
+  record->time = clock->Fields(flow.first.sec);
+  record->time_text = clock->Text(flow.first.sec, 0, false);
   record->addr.first_ip = flow.ip[0];
   record->addr.first_port = flow.port[0];
   record->addr.second_ip = flow.ip[1];
@@ -150,8 +130,7 @@ std::string NameEvidence(const CaptureFlow& flow) {
 }
 
 void WriteFlowJson(const CaptureFlow& flow, const Classification& c,
-                   bool explain, JsonWriter* json) {
-  std::string text;
+                   bool explain, LocalClock* clock, JsonWriter* json) {
   json->Key("flow");
   json->BeginObject();
   json->Key("packets");
@@ -165,11 +144,9 @@ void WriteFlowJson(const CaptureFlow& flow, const Classification& c,
   json->Uint(flow.bytes[1]);
   json->EndArray();
   json->Key("first");
-  TimeText(flow.first, true, &text, nullptr);
-  json->Utf8(text);
+  json->Utf8(clock->Text(flow.first.sec, flow.first.usec, true));
   json->Key("last");
-  TimeText(flow.last, true, &text, nullptr);
-  json->Utf8(text);
+  json->Utf8(clock->Text(flow.last.sec, flow.last.usec, true));
   json->Key("tcp_flags");
   if (flow.protocol == 6) {
     json->Utf8(TcpFlagsText(flow.tcp_flags));
@@ -188,7 +165,9 @@ void WriteFlowJson(const CaptureFlow& flow, const Classification& c,
   }
   json->Key("inside_mac");
   if (c.has_inside_mac) {
-    json->Utf8(MacText(c.inside_mac));
+    char mac[17];
+    MacText(c.inside_mac, mac);
+    json->Utf8(std::string(mac, sizeof(mac)));
   } else {
     json->Null();
   }
@@ -250,7 +229,7 @@ void CaptureRun::One(const CaptureFlow& flow) {
   // Once the output failed nothing more can be written: the flows still
   // end (the reader goes on), but are no longer classified.
   if (out_->failed()) return;
-  FlowRecord(flow, &record_);
+  FlowRecord(flow, &clock_, &record_);
   classifier_->Classify(record_, explain_, &result_);
   stage_->Decide(result_.facts, explain_, &verdict_);
   if (table_) {
@@ -267,7 +246,7 @@ void CaptureRun::One(const CaptureFlow& flow) {
     json_.BeginObject();
     WriteClassificationMembers(record_, result_, &verdict_, &verdicts_,
                                explain_, &json_);
-    WriteFlowJson(flow, result_, explain_, &json_);
+    WriteFlowJson(flow, result_, explain_, &clock_, &json_);
     json_.EndObject();
     out_->Append(json_.str());
     out_->Append('\n');

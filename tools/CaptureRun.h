@@ -19,6 +19,7 @@
 #include "tools/capture/CaptureReader.h"
 #include "tools/common/ConnectionClassifier.h"
 #include "tools/common/ConnectionRecord.h"
+#include "tools/common/LocalClock.h"
 #include "tools/common/Output.h"
 #include "tools/common/PolicyStage.h"
 #include "tools/common/VerdictOutput.h"
@@ -42,8 +43,10 @@ FILE* OpenPrefixedStream(int fd, const unsigned char* prefix, size_t size);
 // The connection record of `flow`: the initiator as the first end, the
 // responder as the second, the flow's number as the line, its first
 // packet's time (in local time) as the connection time, the URL (else the
-// host name) and the MAC address of each end.
-void FlowRecord(const CaptureFlow& flow, ConnectionRecord* record);
+// host name) and the MAC address of each end. The time is converted through
+// `clock`.
+void FlowRecord(const CaptureFlow& flow, LocalClock* clock,
+                ConnectionRecord* record);
 
 // The TCP flags of a mask as letters, in the order F S R P A U E C ("SA"
 // for SYN and ACK).
@@ -56,9 +59,9 @@ std::string NameEvidence(const CaptureFlow& flow);
 // "bytes" ([initiator, responder]), "first" and "last" (local time with
 // microseconds), "tcp_flags" (null for UDP), "end", "name_source", "host"
 // (null when none) and "inside_mac" (null when no frame showed it); with
-// `explain`, "name_evidence".
+// `explain`, "name_evidence". Times are converted through `clock`.
 void WriteFlowJson(const CaptureFlow& flow, const Classification& c,
-                   bool explain, JsonWriter* json);
+                   bool explain, LocalClock* clock, JsonWriter* json);
 
 // The table of a capture: the classification's columns, the first one
 // named "flow", with "packets", "bytes", "end" and "name" before the
@@ -101,6 +104,7 @@ class CaptureRun {
   Utf8Cache cache_;
   JsonWriter json_;
   TableWriter rows_;
+  LocalClock clock_;
   ConnectionRecord record_;
   Classification result_;
   ConnectionVerdict verdict_;

@@ -6,7 +6,10 @@
 # benchmark runs on into WORK and sets $files to them: a synthetic capture
 # of 1,000,000 packets written by capture_bench (BENCH), and the largest
 # capture in CAPTURES (when that folder exists) repeated into one file of
-# at least 1,000,000 packets.
+# at least 1,000,000 packets twice: each copy with hosts of its own (many
+# hosts doing what the capture's host did: every copy's flows are new), and
+# with the same hosts in every copy (the capture's flows again and again,
+# which a reader that keeps flows across idle gaps inspects only once).
 
 require_ndpi() {
   if ! command -v ndpiReader >/dev/null 2>&1; then
@@ -28,6 +31,9 @@ prepare_capture_inputs() {
     sed -n 's/.* x1: \([0-9]*\) packets.*/\1/p')
   times=$((1000000 / packets + 1))
   name=$(basename "$largest")
-  "$1" --repeat "$largest" "$times" "$2/${name%.*}_x$times.pcap"
-  files="$files $2/${name%.*}_x$times.pcap"
+  "$1" --repeat "$largest" "$times" "$2/${name%.*}_x${times}_hosts.pcap"
+  "$1" --repeat "$largest" "$times" "$2/${name%.*}_x${times}_same.pcap" \
+    --same-hosts
+  files="$files $2/${name%.*}_x${times}_hosts.pcap"
+  files="$files $2/${name%.*}_x${times}_same.pcap"
 }

@@ -9,10 +9,15 @@
 //       as many times as makes at least 1,000,000 packets.
 //   capture_bench --synthetic OUT PACKETS
 //       Only writes the synthetic capture.
-//   capture_bench --repeat IN TIMES OUT
+//   capture_bench --repeat IN TIMES OUT [--same-hosts]
 //       Writes IN TIMES times over into OUT, each copy later than the one
-//       before by more than its length and the idle timeout, so that every
-//       copy makes flows of its own.
+//       before by more than its length and the idle timeout. Each copy
+//       after the first also moves the private IPv4 addresses to hosts of
+//       their own (the IPv4 header checksum follows): a busy network where
+//       many hosts do what the capture's host did. Without that, a reader
+//       that keeps a flow across idle gaps (ndpiReader does) would see the
+//       capture's hundred flows again and again and inspect none of them
+//       after the first copy. --same-hosts keeps the addresses as they are.
 //   capture_bench --measure capture...
 //       Measures the captures named, each read once.
 //   capture_bench --flows capture
@@ -157,8 +162,74 @@ uint64_t CountPackets(const std::string& path) {
 
 }  // namespace
 
+// Where the IPv4 header of a frame of link type `dlt` begins; -1 when the
+// frame carries no IPv4 (or is too short to tell).
+int Ipv4Offset(int dlt, const u_char* frame, uint32_t caplen) {
+  auto type_at = [&](uint32_t at) {
+    return at + 2 <= caplen ? frame[at] << 8 | frame[at + 1] : -1;
+  };
+  uint32_t offset = 0;
+  int type = -1;
+  switch (dlt) {
+    case DLT_EN10MB:
+      offset = 14;
+      type = type_at(12);
+      while (type == 0x8100 || type == 0x88A8) {
+        type = type_at(offset + 2);
+        offset += 4;
+      }
+      break;
+    case DLT_LINUX_SLL:
+      offset = 16;
+      type = type_at(14);
+      break;
+    case DLT_LINUX_SLL2:
+      offset = 20;
+      type = type_at(0);
+      break;
+    case DLT_RAW:
+    case DLT_IPV4:
+      offset = 0;
+      type = caplen > 0 && frame[0] >> 4 == 4 ? 0x0800 : -1;
+      break;
+    default:
+      return -1;
+  }
+  if (type != 0x0800 || offset + 20 > caplen) return -1;
+  return static_cast<int>(offset);
+}
+
+bool IsPrivate(const u_char* a) {
+  return a[0] == 10 || (a[0] == 172 && (a[1] & 0xF0) == 16) ||
+         (a[0] == 192 && a[1] == 168);
+}
+
+// Moves the private addresses of an IPv4 frame to the hosts of copy
+// `copy` (the third and fourth bytes changed, so the address stays in its
+// private range and each copy's hosts are distinct), and sets the header
+// checksum again.
+void Renumber(int dlt, u_char* frame, uint32_t caplen, int copy) {
+  const int at = Ipv4Offset(dlt, frame, caplen);
+  if (at < 0) return;
+  u_char* ip = frame + at;
+  const uint32_t header = (ip[0] & 0x0Fu) * 4;
+  if (header < 20 || at + header > caplen) return;
+  for (u_char* a : {ip + 12, ip + 16}) {
+    if (!IsPrivate(a)) continue;
+    a[2] ^= static_cast<u_char>(copy & 0xFF);
+    a[3] ^= static_cast<u_char>((copy >> 8) << 4);
+  }
+  ip[10] = ip[11] = 0;
+  uint32_t sum = 0;
+  for (uint32_t i = 0; i < header; i += 2) sum += ip[i] << 8 | ip[i + 1];
+  while (sum >> 16) sum = (sum & 0xFFFF) + (sum >> 16);
+  ip[10] = static_cast<u_char>(~sum >> 8);
+  ip[11] = static_cast<u_char>(~sum);
+}
+
 // Writes `in` `times` over into `out`; false on any failure.
-bool Repeat(const std::string& in, int times, const std::string& out) {
+bool Repeat(const std::string& in, int times, const std::string& out,
+            bool same_hosts) {
   char errbuf[PCAP_ERRBUF_SIZE];
   pcap_t* first = pcap_open_offline(in.c_str(), errbuf);
   if (first == nullptr) return false;
@@ -176,10 +247,14 @@ bool Repeat(const std::string& in, int times, const std::string& out) {
   for (int i = 1; i < times; ++i) {
     pcap_t* again = pcap_open_offline(in.c_str(), errbuf);
     if (again == nullptr) return false;
+    const int dlt = pcap_datalink(again);
+    std::vector<u_char> frame;
     while (pcap_next_ex(again, &h, &data) == 1) {
       pcap_pkthdr shifted = *h;
       shifted.ts.tv_sec += step * i;
-      pcap_dump(reinterpret_cast<u_char*>(dumper), &shifted, data);
+      frame.assign(data, data + h->caplen);
+      if (!same_hosts) Renumber(dlt, frame.data(), h->caplen, i);
+      pcap_dump(reinterpret_cast<u_char*>(dumper), &shifted, frame.data());
     }
     pcap_close(again);
   }
@@ -235,8 +310,9 @@ int main(int argc, char** argv) {
   if (argc == 4 && strcmp(argv[1], "--synthetic") == 0) {
     return WriteSynthetic(argv[2], strtoull(argv[3], nullptr, 10)) ? 0 : 1;
   }
-  if (argc == 5 && strcmp(argv[1], "--repeat") == 0) {
-    return Repeat(argv[2], atoi(argv[3]), argv[4]) ? 0 : 1;
+  if ((argc == 5 || (argc == 6 && strcmp(argv[5], "--same-hosts") == 0)) &&
+      strcmp(argv[1], "--repeat") == 0) {
+    return Repeat(argv[2], atoi(argv[3]), argv[4], argc == 6) ? 0 : 1;
   }
   if (argc >= 2 && strcmp(argv[1], "--measure") == 0) {
     for (int i = 2; i < argc; ++i) {

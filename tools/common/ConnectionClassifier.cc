@@ -5,6 +5,8 @@
 #include <string.h>
 #include <strings.h>
 
+#include <utility>
+
 #include "address/InternetRange.h"
 #include "appid/CAppSubtypeReader.h"
 #include "base/OrvaAddr.h"
@@ -352,12 +354,46 @@ void TimeObjectList(const CTimeObjMgrConfig& mgr, uint64_t mask,
   }
 }
 
+void Classification::Reset() {
+  Classification fresh;
+  // Each text and list goes to `fresh` emptied, with its memory.
+  auto keep = [](auto* mine, auto* theirs) {
+    mine->clear();
+    theirs->swap(*mine);
+  };
+  keep(&class_name, &fresh.class_name);
+  keep(&area1.name, &fresh.area1.name);
+  keep(&area1.evidence, &fresh.area1.evidence);
+  keep(&area2.name, &fresh.area2.name);
+  keep(&area2.evidence, &fresh.area2.evidence);
+  keep(&app_name, &fresh.app_name);
+  keep(&app_item, &fresh.app_item);
+  keep(&url, &fresh.url);
+  keep(&sys_categories, &fresh.sys_categories);
+  keep(&user_categories, &fresh.user_categories);
+  keep(&url_type_name, &fresh.url_type_name);
+  keep(&white_asked, &fresh.white_asked);
+  keep(&ip_objects, &fresh.ip_objects);
+  keep(&time_objects, &fresh.time_objects);
+  keep(&employee, &fresh.employee);
+  keep(&employee_dep, &fresh.employee_dep);
+  keep(&account, &fresh.account);
+  keep(&cs_evidence, &fresh.cs_evidence);
+  keep(&data_dir_evidence, &fresh.data_dir_evidence);
+  keep(&class_evidence, &fresh.class_evidence);
+  keep(&app_evidence, &fresh.app_evidence);
+  keep(&url_evidence, &fresh.url_evidence);
+  keep(&time_evidence, &fresh.time_evidence);
+  keep(&employee_evidence, &fresh.employee_evidence);
+  *this = std::move(fresh);
+}
+
 ConnectionClassifier::ConnectionClassifier(GatewayConfig* config)
     : config_(config) {}
 
 void ConnectionClassifier::Classify(const ConnectionRecord& record,
                                     bool explain, Classification* out) {
-  *out = Classification();
+  out->Reset();
   Directions(record, explain, out);
   InsideClass(explain, out);
   Areas(out);

@@ -94,6 +94,11 @@ struct Classification {
   // area1 and area2 (the intranet area for a private address), and so on.
   // facts.url points into `url`: valid while this object is unchanged.
   ConnectionFacts facts;
+
+  // Back to a default-constructed state, keeping the memory of every text
+  // and list: one object serves a whole input. A member added above must
+  // be added to Reset() too.
+  void Reset();
 };
 
 class ConnectionClassifier {

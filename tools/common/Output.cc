@@ -100,98 +100,98 @@ std::string HexText(uint64_t value) {
   return text;
 }
 
-void JsonWriter::Separate() {
-  if (need_comma_) out_ += ',';
-  need_comma_ = true;
+namespace {
+
+// For each byte, what a JSON string needs in its place: 0 for the byte
+// itself, else the letter after the backslash ('u' for \u00XX).
+struct EscapeTable {
+  char letter[256];
+  constexpr EscapeTable() : letter() {
+    for (int c = 0; c < 0x20; ++c) letter[c] = 'u';
+    letter['"'] = '"';
+    letter['\\'] = '\\';
+    letter['\n'] = 'n';
+    letter['\r'] = 'r';
+    letter['\t'] = 't';
+  }
+};
+constexpr EscapeTable kEscape;
+
+// Writes `utf8` quoted and escaped through `put(data, size)`.
+template <typename Put>
+void WriteJsonString(std::string_view utf8, Put put) {
+  put("\"", 1);
+  // Runs of plain characters are copied at once.
+  size_t plain = 0;
+  for (size_t i = 0; i < utf8.size(); ++i) {
+    const char letter = kEscape.letter[static_cast<unsigned char>(utf8[i])];
+    if (letter == 0) continue;
+    put(utf8.data() + plain, i - plain);
+    plain = i + 1;
+    if (letter != 'u') {
+      const char escape[] = {'\\', letter};
+      put(escape, sizeof(escape));
+    } else {
+      static const char kDigits[] = "0123456789abcdef";
+      const unsigned char c = static_cast<unsigned char>(utf8[i]);
+      const char escape[] = {
+          '\\', 'u', '0', '0', kDigits[c >> 4], kDigits[c & 0xF]};
+      put(escape, sizeof(escape));
+    }
+  }
+  put(utf8.data() + plain, utf8.size() - plain);
+  put("\"", 1);
+}
+
+}  // namespace
+
+void AppendJsonString(std::string_view utf8, std::string* out) {
+  WriteJsonString(utf8, [out](const char* p, size_t n) { out->append(p, n); });
+}
+
+void JsonWriter::Grow(size_t n) {
+  buffer_.resize(std::max(buffer_.size() * 2, size_ + n + 256));
 }
 
 void JsonWriter::BeginObject() {
   Separate();
-  out_ += '{';
+  Put('{');
   need_comma_ = false;
 }
 
 void JsonWriter::EndObject() {
-  out_ += '}';
+  Put('}');
   need_comma_ = true;
 }
 
 void JsonWriter::BeginArray() {
   Separate();
-  out_ += '[';
+  Put('[');
   need_comma_ = false;
 }
 
 void JsonWriter::EndArray() {
-  out_ += ']';
+  Put(']');
   need_comma_ = true;
 }
 
 void JsonWriter::KeyText(const char* key) { AppendKey(key, strlen(key)); }
 
 void JsonWriter::AppendKey(const char* key, size_t length) {
-  // One append per key where it fits: three appends of its pieces showed
-  // in the time per connection.
-  char text[64];
-  if (length + 4 > sizeof(text)) {
-    Separate();
-    out_ += '"';
-    out_.append(key, length);
-    out_ += "\":";
-    need_comma_ = false;
-    return;
-  }
-  size_t n = 0;
-  if (need_comma_) text[n++] = ',';
-  text[n++] = '"';
-  memcpy(text + n, key, length);
-  n += length;
-  text[n++] = '"';
-  text[n++] = ':';
-  out_.append(text, n);
+  char* p = Room(length + 4);
+  char* const start = p;
+  if (need_comma_) *p++ = ',';
+  *p++ = '"';
+  memcpy(p, key, length);
+  p += length;
+  *p++ = '"';
+  *p++ = ':';
+  size_ += static_cast<size_t>(p - start);
   need_comma_ = false;
 }
 
-void JsonWriter::Escaped(const std::string& utf8) {
-  AppendJsonString(utf8, &out_);
-}
-
-void AppendJsonString(const std::string& utf8, std::string* out) {
-  std::string& out_ = *out;
-  out_ += '"';
-  // Runs of plain characters are copied at once.
-  size_t plain = 0;
-  for (size_t i = 0; i < utf8.size(); ++i) {
-    const unsigned char c = utf8[i];
-    if (c >= 0x20 && c != '"' && c != '\\') continue;
-    out_.append(utf8, plain, i - plain);
-    plain = i + 1;
-    switch (c) {
-      case '"':
-        out_ += "\\\"";
-        break;
-      case '\\':
-        out_ += "\\\\";
-        break;
-      case '\n':
-        out_ += "\\n";
-        break;
-      case '\r':
-        out_ += "\\r";
-        break;
-      case '\t':
-        out_ += "\\t";
-        break;
-      default: {
-        static const char kDigits[] = "0123456789abcdef";
-        const char escape[] = {
-            '\\', 'u', '0', '0', kDigits[c >> 4], kDigits[c & 0xF]};
-        out_.append(escape, sizeof(escape));
-      }
-    }
-  }
-  out_.append(utf8, plain, std::string::npos);
-  out_ += '"';
+void JsonWriter::Escaped(std::string_view utf8) {
+  WriteJsonString(utf8, [this](const char* p, size_t n) { Put(p, n); });
 }
 
 void JsonWriter::Gbk(const std::string& gbk) {
@@ -201,11 +201,12 @@ void JsonWriter::Gbk(const std::string& gbk) {
   if (IsAscii(gbk)) {
     Escaped(gbk);
   } else {
-    out_ += cache_->Json(gbk);
+    const std::string& json = cache_->Json(gbk);
+    Put(json.data(), json.size());
   }
 }
 
-void JsonWriter::Utf8(const std::string& utf8) {
+void JsonWriter::Utf8(std::string_view utf8) {
   Separate();
   Escaped(utf8);
 }
@@ -215,7 +216,7 @@ void JsonWriter::Utf8(const std::string& utf8) {
 void JsonWriter::Int(int64_t value) {
   Separate();
   if (value < 0) {
-    out_ += '-';
+    Put('-');
     AppendDecimal(0 - static_cast<uint64_t>(value));
   } else {
     AppendDecimal(static_cast<uint64_t>(value));
@@ -235,7 +236,7 @@ void JsonWriter::AppendDecimal(uint64_t value) {
     *--p = static_cast<char>('0' + value % 10);
     value /= 10;
   } while (value != 0);
-  out_.append(p, end - p);
+  Put(p, static_cast<size_t>(end - p));
 }
 
 void JsonWriter::Hex(uint64_t value) {
@@ -246,22 +247,26 @@ void JsonWriter::Hex(uint64_t value) {
     buffer[3 + i] = kDigits[(value >> (60 - 4 * i)) & 0xF];
   }
   buffer[19] = '"';
-  out_.append(buffer, sizeof(buffer));
+  Put(buffer, sizeof(buffer));
 }
 
-void JsonWriter::Raw(const std::string& json) {
+void JsonWriter::Raw(std::string_view json) {
   Separate();
-  out_ += json;
+  Put(json.data(), json.size());
 }
 
 void JsonWriter::Bool(bool value) {
   Separate();
-  out_ += value ? "true" : "false";
+  if (value) {
+    Put("true", 4);
+  } else {
+    Put("false", 5);
+  }
 }
 
 void JsonWriter::Null() {
   Separate();
-  out_ += "null";
+  Put("null", 4);
 }
 
 TableWriter::TableWriter(OutputSink* out, std::vector<std::string> titles,

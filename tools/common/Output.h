@@ -11,8 +11,10 @@
 
 #include <stddef.h>
 #include <stdint.h>
+#include <string.h>
 
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -37,7 +39,7 @@ class OutputSink {
   OutputSink& operator=(const OutputSink&) = delete;
 
   void Append(const char* data, size_t size);
-  void Append(const std::string& text) { Append(text.data(), text.size()); }
+  void Append(std::string_view text) { Append(text.data(), text.size()); }
   void Append(char c);
   // Ends a record: writes the buffer out when it holds kFlushBytes or more.
   void EndRecord();
@@ -73,7 +75,7 @@ class Utf8Cache {
 
 // Appends `utf8` to *out as a JSON string: quoted, with '"', '\\' and the
 // control characters escaped.
-void AppendJsonString(const std::string& utf8, std::string* out);
+void AppendJsonString(std::string_view utf8, std::string* out);
 
 // "0x" and 16 upper-case hex digits: the form of masks and area ids.
 std::string HexText(uint64_t value);
@@ -86,10 +88,13 @@ class JsonWriter {
   explicit JsonWriter(Utf8Cache* cache) : cache_(cache) {}
 
   void Clear() {
-    out_.clear();
+    size_ = 0;
     need_comma_ = false;
   }
-  const std::string& str() const { return out_; }
+  // What was written since the last Clear(); valid until the next call.
+  std::string_view str() const {
+    return std::string_view(buffer_.data(), size_);
+  }
   // The cache the GBK texts are converted through.
   Utf8Cache* cache() const { return cache_; }
 
@@ -106,8 +111,8 @@ class JsonWriter {
   }
   void KeyText(const char* key);
 
-  void Gbk(const std::string& gbk);    // text from the library
-  void Utf8(const std::string& utf8);  // text already UTF-8 (or ASCII)
+  void Gbk(const std::string& gbk);  // text from the library
+  void Utf8(std::string_view utf8);  // text already UTF-8 (or ASCII)
   void Int(int64_t value);
   void Uint(uint64_t value);
   void Hex(uint64_t value);  // as a text "0x%016llX"
@@ -115,16 +120,38 @@ class JsonWriter {
   void Null();
   // A value already in JSON form (as made by another JsonWriter), copied
   // as it is.
-  void Raw(const std::string& json);
+  void Raw(std::string_view json);
 
  private:
-  void Separate();
+  // The text lives in the first size_ bytes of buffer_, which only grows:
+  // a line takes some sixty small appends, and std::string's appends are
+  // calls into the C++ library that each check for room, which showed as
+  // the largest cost of writing a connection. Here a write makes room once
+  // and copies inline.
+  char* Room(size_t n) {
+    if (n > buffer_.size() - size_) Grow(n);
+    return &buffer_[size_];
+  }
+  void Put(const char* p, size_t n) {
+    memcpy(Room(n), p, n);
+    size_ += n;
+  }
+  void Put(char c) {
+    *Room(1) = c;
+    ++size_;
+  }
+  void Grow(size_t n);
+  void Separate() {
+    if (need_comma_) Put(',');
+    need_comma_ = true;
+  }
   void AppendKey(const char* key, size_t length);
   void AppendDecimal(uint64_t value);
-  void Escaped(const std::string& utf8);
+  void Escaped(std::string_view utf8);
 
   Utf8Cache* cache_;
-  std::string out_;
+  std::string buffer_;
+  size_t size_ = 0;
   bool need_comma_ = false;
 };
 

@@ -102,7 +102,7 @@ void VerdictJsonWriter::Prepare(const ConnectionPolicy& policy,
     one.Key("name");
     one.Gbk(policy.filter(i).name);
     one.EndObject();
-    filters_.push_back(one.str());
+    filters_.push_back(std::string(one.str()));
   }
 }
 
