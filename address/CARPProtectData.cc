@@ -114,3 +114,5 @@ int CARPProtectData::Inner_SaveToFile(CTinyXmlEx& /*doc*/, TiXmlNode* node) {
   }
   return 1;
 }
+
+template class ACE_Singleton<CARPProtectData, ACE_Null_Mutex>;

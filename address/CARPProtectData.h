@@ -9,6 +9,8 @@
 #ifndef QUARN_ADDRESS_CARPPROTECTDATA_H_
 #define QUARN_ADDRESS_CARPPROTECTDATA_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
 #include <string>
@@ -17,10 +19,10 @@
 #include <ace/Null_Mutex.h>
 #include <ace/Singleton.h>
 
-#include "base/CBaseXMLConfig.h"
-#include "base/CTinyXmlEx.h"
+#include "quarn_common/base/CBaseXMLConfig.h"
+#include "quarn_common/base/CTinyXmlEx.h"
 
-class CARPProtectData : public CBaseXMLConfig {
+class QUARN_EXPORT CARPProtectData : public CBaseXMLConfig {
  public:
   static const char* const kRootName;  // "arp_protect"
   static const int kDefaultBroadcastFreq = 10;
@@ -63,15 +65,20 @@ class CARPProtectData : public CBaseXMLConfig {
  private:
   // 0 for a document without a root; 1 otherwise. A root without an
   // "arp_protect" child leaves the object unchanged.
-  int LoadConfig(CTinyXmlEx& doc) override;
-  int SaveConfig(CTinyXmlEx& doc) override;
+  QUARN_HIDDEN int LoadConfig(CTinyXmlEx& doc) override;
+  QUARN_HIDDEN int SaveConfig(CTinyXmlEx& doc) override;
   // Reads or writes the inner "arp_protect" element.
-  int Inner_LoadFromFile(CTinyXmlEx& doc, TiXmlNode* node);
-  int Inner_SaveToFile(CTinyXmlEx& doc, TiXmlNode* node);
+  QUARN_HIDDEN int Inner_LoadFromFile(CTinyXmlEx& doc, TiXmlNode* node);
+  QUARN_HIDDEN int Inner_SaveToFile(CTinyXmlEx& doc, TiXmlNode* node);
 };
 
+// The instantiation that holds the process-wide instance is made once,
+// in the library, and exported: the library and its hosts share it.
+extern template class QUARN_EXPORT
+    ACE_Singleton<CARPProtectData, ACE_Null_Mutex>;
+
 // The process-wide ARP protection settings, created empty on first access.
-class CARPProtectData_Singleton
+class QUARN_EXPORT CARPProtectData_Singleton
     : public ACE_Singleton<CARPProtectData, ACE_Null_Mutex> {
  public:
   static CARPProtectData* instance() {

@@ -12,16 +12,18 @@
 #ifndef QUARN_ADDRESS_CFETCHIPMACINL3SWITCH_CONFIG_H_
 #define QUARN_ADDRESS_CFETCHIPMACINL3SWITCH_CONFIG_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
 #include <string>
 #include <vector>
 
-#include "address/CSwitchPollingConfig.h"
-#include "base/CTinyXmlEx.h"
+#include "quarn_common/address/CSwitchPollingConfig.h"
+#include "quarn_common/base/CTinyXmlEx.h"
 
 // One switch to poll by CFetchIPMacInL3Switch_Config.
-struct tagL3SWITCH_ITEM {
+struct QUARN_EXPORT tagL3SWITCH_ITEM {
   tagL3SWITCH_ITEM();
   bool operator==(const tagL3SWITCH_ITEM& other) const;
   bool operator!=(const tagL3SWITCH_ITEM& other) const {
@@ -35,7 +37,7 @@ struct tagL3SWITCH_ITEM {
   int32_t port;
 };
 
-class CFetchIPMacInL3Switch_Config
+class QUARN_EXPORT CFetchIPMacInL3Switch_Config
     : public CSwitchPollingConfig<CFetchIPMacInL3Switch_Config,
                                   tagL3SWITCH_ITEM> {
  public:
@@ -51,8 +53,9 @@ class CFetchIPMacInL3Switch_Config
 
  private:
   friend class CSwitchPollingConfig<CFetchIPMacInL3Switch_Config, tagONE_ITEM>;
-  static void LoadOneItem(TiXmlNode* node, tagONE_ITEM* item);
-  static void SaveOneItem(TiXmlNode* node, const tagONE_ITEM& item);
+  QUARN_HIDDEN static void LoadOneItem(TiXmlNode* node, tagONE_ITEM* item);
+  QUARN_HIDDEN static void SaveOneItem(TiXmlNode* node,
+                                       const tagONE_ITEM& item);
 };
 
 #endif  // QUARN_ADDRESS_CFETCHIPMACINL3SWITCH_CONFIG_H_

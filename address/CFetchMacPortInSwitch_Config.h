@@ -9,16 +9,18 @@
 #ifndef QUARN_ADDRESS_CFETCHMACPORTINSWITCH_CONFIG_H_
 #define QUARN_ADDRESS_CFETCHMACPORTINSWITCH_CONFIG_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
 #include <string>
 #include <vector>
 
-#include "address/CSwitchPollingConfig.h"
-#include "base/CTinyXmlEx.h"
+#include "quarn_common/address/CSwitchPollingConfig.h"
+#include "quarn_common/base/CTinyXmlEx.h"
 
 // One switch to poll by CFetchMacPortInSwitch_Config.
-struct tagMACPORT_SWITCH_ITEM {
+struct QUARN_EXPORT tagMACPORT_SWITCH_ITEM {
   tagMACPORT_SWITCH_ITEM();
   bool operator==(const tagMACPORT_SWITCH_ITEM& other) const;
   bool operator!=(const tagMACPORT_SWITCH_ITEM& other) const {
@@ -31,7 +33,7 @@ struct tagMACPORT_SWITCH_ITEM {
   int32_t port;
 };
 
-class CFetchMacPortInSwitch_Config
+class QUARN_EXPORT CFetchMacPortInSwitch_Config
     : public CSwitchPollingConfig<CFetchMacPortInSwitch_Config,
                                   tagMACPORT_SWITCH_ITEM> {
  public:
@@ -46,8 +48,9 @@ class CFetchMacPortInSwitch_Config
 
  private:
   friend class CSwitchPollingConfig<CFetchMacPortInSwitch_Config, tagONE_ITEM>;
-  static void LoadOneItem(TiXmlNode* node, tagONE_ITEM* item);
-  static void SaveOneItem(TiXmlNode* node, const tagONE_ITEM& item);
+  QUARN_HIDDEN static void LoadOneItem(TiXmlNode* node, tagONE_ITEM* item);
+  QUARN_HIDDEN static void SaveOneItem(TiXmlNode* node,
+                                       const tagONE_ITEM& item);
 };
 
 #endif  // QUARN_ADDRESS_CFETCHMACPORTINSWITCH_CONFIG_H_

@@ -9,9 +9,9 @@
 #include <map>
 #include <unordered_map>
 
-#include "base/NoThrow_internal.h"
 #include "base/OrvaFile.h"
 #include "base/OrvaPath.h"
+#include "base/internal/NoThrow.h"
 
 // Area id -> first descriptor of that id, remembering first-seen order.
 class CInternetIPRangeTable::AreaIndex {

@@ -5,6 +5,8 @@
 #ifndef QUARN_ADDRESS_CINTERNETIPRANGETABLE_H_
 #define QUARN_ADDRESS_CINTERNETIPRANGETABLE_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stddef.h>
 #include <stdint.h>
 
@@ -32,7 +34,7 @@ struct INTERNET_IP_RANGE {
 // Lookups are read-only and may run on many threads at once, but not
 // during a load. Returned pointers point into the table and stay valid
 // until the next load, assignment or destruction.
-class CInternetIPRangeTable {
+class QUARN_EXPORT CInternetIPRangeTable {
  public:
   CInternetIPRangeTable();
   ~CInternetIPRangeTable();
@@ -93,11 +95,11 @@ class CInternetIPRangeTable {
   // in ascending order are appended; once one arrives out of order the
   // rest of the load goes through an ordered tree, so a file in any order
   // loads in n log n.
-  void Insert(INTERNET_IP_RANGE&& range);
-  void BuildAreaIndex();
-  void FinishLoad(int build_index);
-  int LoadDatRecords(const unsigned char* data, size_t size, int build_index,
-                     int* cancel);
+  QUARN_HIDDEN void Insert(INTERNET_IP_RANGE&& range);
+  QUARN_HIDDEN void BuildAreaIndex();
+  QUARN_HIDDEN void FinishLoad(int build_index);
+  QUARN_HIDDEN int LoadDatRecords(const unsigned char* data, size_t size,
+                                  int build_index, int* cancel);
 
   uint32_t version_;
   std::string name_;

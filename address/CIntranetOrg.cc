@@ -4,8 +4,8 @@
 
 #include <utility>
 
-#include "address/OrgNames_internal.h"
-#include "base/NoThrow_internal.h"
+#include "address/internal/OrgNames.h"
+#include "base/internal/NoThrow.h"
 
 CIntranetOrg::CIntranetOrg(int net_area_id)
     : id_(static_cast<uint32_t>(net_area_id)), net_area_id_(net_area_id) {}

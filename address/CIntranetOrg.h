@@ -10,16 +10,18 @@
 #ifndef QUARN_ADDRESS_CINTRANETORG_H_
 #define QUARN_ADDRESS_CINTRANETORG_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "address/COrgStructInfo.h"
-#include "base/CTinyXmlEx.h"
+#include "quarn_common/address/COrgStructInfo.h"
+#include "quarn_common/base/CTinyXmlEx.h"
 
-class CIntranetOrg {
+class QUARN_EXPORT CIntranetOrg {
  public:
   typedef COrgStructInfo::tagDEPARTMENT_ITEM tagDEPARTMENT_ITEM;
   typedef std::vector<std::unique_ptr<tagDEPARTMENT_ITEM>> DepartmentList;
@@ -103,7 +105,7 @@ class CIntranetOrg {
 
  private:
   // Index of `item` in departments_, or -1.
-  int IndexOf(const tagDEPARTMENT_ITEM* item) const;
+  QUARN_HIDDEN int IndexOf(const tagDEPARTMENT_ITEM* item) const;
 
   uint32_t id_;
   std::string name_;

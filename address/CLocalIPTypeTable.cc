@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <vector>
 
-#include "address/OrgNames_internal.h"
-#include "base/NoThrow_internal.h"
+#include "address/internal/OrgNames.h"
 #include "base/OrvaText.h"
 #include "base/OrvaTime.h"
+#include "base/internal/NoThrow.h"
 
 namespace {
 
@@ -400,3 +400,5 @@ int CLocalIPTypeTable::IsIPManagerPolicyChanged(
              ? 1
              : 0;
 }
+
+template class ACE_Singleton<CLocalIPTypeTable, ACE_Null_Mutex>;

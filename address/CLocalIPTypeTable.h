@@ -16,6 +16,8 @@
 #ifndef QUARN_ADDRESS_CLOCALIPTYPETABLE_H_
 #define QUARN_ADDRESS_CLOCALIPTYPETABLE_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
 #include <string>
@@ -23,13 +25,13 @@
 #include <ace/Null_Mutex.h>
 #include <ace/Singleton.h>
 
-#include "address/CIntranetOrg.h"
-#include "address/CNetEnvSetData.h"
-#include "address/COrgStructInfo.h"
-#include "base/CPrivateNetList.h"
-#include "base/CTinyXmlEx.h"
+#include "quarn_common/address/CIntranetOrg.h"
+#include "quarn_common/address/CNetEnvSetData.h"
+#include "quarn_common/address/COrgStructInfo.h"
+#include "quarn_common/base/CPrivateNetList.h"
+#include "quarn_common/base/CTinyXmlEx.h"
 
-class CLocalIPTypeTable {
+class QUARN_EXPORT CLocalIPTypeTable {
  public:
   typedef COrgStructInfo::tagDEPARTMENT_ITEM tagDEPARTMENT_ITEM;
 
@@ -136,13 +138,14 @@ class CLocalIPTypeTable {
   int32_t permit_macip_bind;
 
  private:
-  int LoadDocument(CTinyXmlEx& doc);
-  void LoadCompany(TiXmlNode* company);
-  void LoadIntranet(TiXmlNode* intranet);
-  void LoadDepartment(TiXmlNode* node);
-  int SaveCompany(TiXmlNode* company) const;
-  int SaveDepartments(TiXmlNode* department) const;
-  static void SaveDepartment(TiXmlNode* node, const tagDEPARTMENT_ITEM& dep);
+  QUARN_HIDDEN int LoadDocument(CTinyXmlEx& doc);
+  QUARN_HIDDEN void LoadCompany(TiXmlNode* company);
+  QUARN_HIDDEN void LoadIntranet(TiXmlNode* intranet);
+  QUARN_HIDDEN void LoadDepartment(TiXmlNode* node);
+  QUARN_HIDDEN int SaveCompany(TiXmlNode* company) const;
+  QUARN_HIDDEN int SaveDepartments(TiXmlNode* department) const;
+  QUARN_HIDDEN static void SaveDepartment(TiXmlNode* node,
+                                          const tagDEPARTMENT_ITEM& dep);
 
   CIntranetOrg intranet_;
   CIntranetOrg server_;
@@ -154,9 +157,14 @@ class CLocalIPTypeTable {
   CNetEnvSetData netenv_;
 };
 
+// The instantiation that holds the process-wide instance is made once,
+// in the library, and exported: the library and its hosts share it.
+extern template class QUARN_EXPORT
+    ACE_Singleton<CLocalIPTypeTable, ACE_Null_Mutex>;
+
 // The process-wide company address plan, created empty on first access and
 // destroyed at process end.
-class CLocalIPTypeTable_Singleton
+class QUARN_EXPORT CLocalIPTypeTable_Singleton
     : public ACE_Singleton<CLocalIPTypeTable, ACE_Null_Mutex> {
  public:
   static CLocalIPTypeTable* instance() {

@@ -188,3 +188,5 @@ void CMiniDnsTable::CheckTimeOut(const CTimeStamp32& now) {
 }
 
 int CMiniDnsTable::size() const { return table_ ? table_->size() : 0; }
+
+template class ACE_Singleton<CMiniDnsTable, ACE_Null_Mutex>;

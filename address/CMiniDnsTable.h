@@ -10,6 +10,8 @@
 #ifndef QUARN_ADDRESS_CMINIDNSTABLE_H_
 #define QUARN_ADDRESS_CMINIDNSTABLE_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <ace/Null_Mutex.h>
 #include <ace/Singleton.h>
 #include <stdint.h>
@@ -18,9 +20,9 @@
 #include <string>
 #include <vector>
 
-#include "base/CTimeStamp32.h"
+#include "quarn_common/base/CTimeStamp32.h"
 
-class CMiniDnsTable {
+class QUARN_EXPORT CMiniDnsTable {
  public:
   // Most (address, item) entries the table holds; more are ignored.
   static constexpr int kCapacity = 1024;
@@ -81,7 +83,11 @@ class CMiniDnsTable {
   std::unique_ptr<AddressTable> table_;
 };
 
-class CMiniDnsTable_Singleton
+// The instantiation that holds the process-wide instance is made once,
+// in the library, and exported: the library and its hosts share it.
+extern template class QUARN_EXPORT ACE_Singleton<CMiniDnsTable, ACE_Null_Mutex>;
+
+class QUARN_EXPORT CMiniDnsTable_Singleton
     : public ACE_Singleton<CMiniDnsTable, ACE_Null_Mutex> {
  public:
   static CMiniDnsTable* instance() {

@@ -8,12 +8,14 @@
 #ifndef QUARN_ADDRESS_CNETENVSETDATA_H_
 #define QUARN_ADDRESS_CNETENVSETDATA_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
-#include "address/CFetchIPMacInL3Switch_Config.h"
-#include "base/CTinyXmlEx.h"
+#include "quarn_common/address/CFetchIPMacInL3Switch_Config.h"
+#include "quarn_common/base/CTinyXmlEx.h"
 
-class CNetEnvSetData {
+class QUARN_EXPORT CNetEnvSetData {
  public:
   // Defaults.
   static const int kDefaultNetEnvLayer = 1;

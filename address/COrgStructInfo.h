@@ -8,14 +8,16 @@
 #ifndef QUARN_ADDRESS_CORGSTRUCTINFO_H_
 #define QUARN_ADDRESS_CORGSTRUCTINFO_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
 #include <string>
 #include <vector>
 
-#include "base/CTinyXmlEx.h"
+#include "quarn_common/base/CTinyXmlEx.h"
 
-class COrgStructInfo {
+class QUARN_EXPORT COrgStructInfo {
  public:
   // Ids of the address classes and placeholders.
   static const unsigned int ORG_INTRANET = 21;

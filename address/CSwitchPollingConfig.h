@@ -15,8 +15,8 @@
 
 #include <vector>
 
-#include "base/CBaseXMLConfig.h"
-#include "base/CTinyXmlEx.h"
+#include "quarn_common/base/CBaseXMLConfig.h"
+#include "quarn_common/base/CTinyXmlEx.h"
 
 template <typename Derived, typename Item>
 class CSwitchPollingConfig : public CBaseXMLConfig {

@@ -1,9 +1,9 @@
 #include "address/InternetRange.h"
 
-#include "base/BuiltinTexts_internal.h"
+#include "base/internal/BuiltinTexts.h"
 
 #include "address/AddressPredicates.h"
-#include "address/InternetRange_internal.h"
+#include "address/internal/InternetRange.h"
 #include "base/OrvaPath.h"
 
 namespace quarn_internet_range {

@@ -13,9 +13,11 @@
 #ifndef QUARN_ADDRESS_INTERNETRANGE_H_
 #define QUARN_ADDRESS_INTERNETRANGE_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
-#include "address/CInternetIPRangeTable.h"
+#include "quarn_common/address/CInternetIPRangeTable.h"
 
 // Fixed area ids.
 constexpr uint64_t kAreaIntranet = 0x0000600000000000ull;
@@ -35,34 +37,36 @@ inline bool IsDomesticAreaId(uint64_t area_id) {
 // Destroys both tables, then loads "ipt1.dat" and "ipt2.dat" from the
 // module directory; a file that fails to load leaves its table absent.
 // Always returns 1.
-int LoadInternetRangeTypeLevel2();
+QUARN_EXPORT int LoadInternetRangeTypeLevel2();
 // Destroys the level-1 and level-2 tables.
-void UnLoadInternetRangeTypeLevel2();
+QUARN_EXPORT void UnLoadInternetRangeTypeLevel2();
 // Destroys the combined table, when present.
-void UnLoadInternetRangeTypeCombined();
+QUARN_EXPORT void UnLoadInternetRangeTypeCombined();
 
 // Area iteration over the level-1 / level-2 table, as
 // CInternetIPRangeTable::GetArea_First/Next; -1 / null when the table is
 // absent.
-int GetInternetArea_Level1_First();
-const INTERNET_IP_DESC* GetInternetArea_Level1_Next(int& position);
-int GetInternetArea_Level2_First();
-const INTERNET_IP_DESC* GetInternetArea_Level2_Next(int& position);
+QUARN_EXPORT int GetInternetArea_Level1_First();
+QUARN_EXPORT const INTERNET_IP_DESC* GetInternetArea_Level1_Next(int& position);
+QUARN_EXPORT int GetInternetArea_Level2_First();
+QUARN_EXPORT const INTERNET_IP_DESC* GetInternetArea_Level2_Next(int& position);
 
 // Level-1 area of `ip` (host order); the unknown area when the table is
 // absent or has no range for it. Never null.
-const INTERNET_IP_DESC* GetIP_INTERNET_Range_Type_Level1(unsigned int ip);
+QUARN_EXPORT const INTERNET_IP_DESC* GetIP_INTERNET_Range_Type_Level1(
+    unsigned int ip);
 // As Level1, except that an address of kAreaRefinedByLevel2 is answered by
 // the level-2 table, or with kAreaRefinedUnknown when that table is absent
 // or has no range for it. Never null.
-const INTERNET_IP_DESC* GetIP_INTERNET_Range_Type_Level2(unsigned int ip);
+QUARN_EXPORT const INTERNET_IP_DESC* GetIP_INTERNET_Range_Type_Level2(
+    unsigned int ip);
 // A company-private address gives the intranet area and leaves `domestic`
 // alone. Otherwise the combined table's area with `domestic` set from it,
 // or the unknown area with `domestic` false. Never null.
-const INTERNET_IP_DESC* GetIP_INTERNET_Range_Type(unsigned int ip,
-                                                  bool& domestic);
+QUARN_EXPORT const INTERNET_IP_DESC* GetIP_INTERNET_Range_Type(unsigned int ip,
+                                                               bool& domestic);
 // The area with id `id` from the level-2 table, else the level-1 table,
 // else the fixed domestic or foreign area for those two ids; else null.
-const INTERNET_IP_DESC* GetAreaId_Desc_Level2(uint64_t id);
+QUARN_EXPORT const INTERNET_IP_DESC* GetAreaId_Desc_Level2(uint64_t id);
 
 #endif  // QUARN_ADDRESS_INTERNETRANGE_H_

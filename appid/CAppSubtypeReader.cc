@@ -2,9 +2,9 @@
 
 #include <string.h>
 
-#include "base/BuiltinTexts_internal.h"
-#include "base/NoThrow_internal.h"
 #include "base/OrvaPath.h"
+#include "base/internal/BuiltinTexts.h"
+#include "base/internal/NoThrow.h"
 
 namespace {
 

@@ -14,6 +14,8 @@
 #ifndef QUARN_APPID_CAPPSUBTYPEREADER_H_
 #define QUARN_APPID_CAPPSUBTYPEREADER_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
 #include <string>
@@ -21,8 +23,8 @@
 
 #include <ace/Recursive_Thread_Mutex.h>
 
-#include "appid/CTHashFinderEx.h"
-#include "base/CTinyXmlEx.h"
+#include "quarn_common/appid/CTHashFinderEx.h"
+#include "quarn_common/base/CTinyXmlEx.h"
 
 // Version record of a reference database: the "current" and "time"
 // attributes of its "version_info" element.
@@ -31,7 +33,7 @@ struct __ST_DB_VERSION_TMP__ {
   std::string time;
 };
 
-class CAppSubtypeReader {
+class QUARN_EXPORT CAppSubtypeReader {
  public:
   // One application of the tree. Owned by the tree.
   struct tagPROTO_TREE_ITEM {
@@ -255,17 +257,18 @@ class CAppSubtypeReader {
   static void UnLock();
 
  private:
-  static const tagPROTO_TREE_ITEM* Inner_FindItemByAppid(uint32_t appid);
-  static tagPROTO_TREE_ITEM* InsertItem(const char* name, const char* disp,
-                                        uint32_t appid, int visible,
+  QUARN_HIDDEN static const tagPROTO_TREE_ITEM* Inner_FindItemByAppid(
+      uint32_t appid);
+  QUARN_HIDDEN static tagPROTO_TREE_ITEM* InsertItem(
+      const char* name, const char* disp, uint32_t appid, int visible,
+      tagPROTO_TREE_ITEM* parent);
+  QUARN_HIDDEN static void ReadTreeInfo(CTinyXmlEx& doc, TiXmlNode* node,
                                         tagPROTO_TREE_ITEM* parent);
-  static void ReadTreeInfo(CTinyXmlEx& doc, TiXmlNode* node,
-                           tagPROTO_TREE_ITEM* parent);
-  static const tagPROTO_TREE_ITEM* FindInTwoLevels(const char* key,
-                                                   bool by_disp);
+  QUARN_HIDDEN static const tagPROTO_TREE_ITEM* FindInTwoLevels(const char* key,
+                                                                bool by_disp);
   // Removes every index entry of `item` and the items below it, so that
   // none is found by id once DeleteSubtree() has released them.
-  static void UnindexSubtree(const tagPROTO_TREE_ITEM* item);
+  QUARN_HIDDEN static void UnindexSubtree(const tagPROTO_TREE_ITEM* item);
   static void DeleteSubtree(tagPROTO_TREE_ITEM* item);
 
   static tagPROTO_TREE_ITEM* ms_root_item;

@@ -14,6 +14,8 @@
 #ifndef QUARN_APPID_CTHASHFINDEREX_H_
 #define QUARN_APPID_CTHASHFINDEREX_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
 #include <vector>

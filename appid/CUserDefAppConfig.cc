@@ -1,8 +1,8 @@
 #include "appid/CUserDefAppConfig.h"
 
-#include "appid/CUserDefAppConfig_internal.h"
-#include "base/NoThrow_internal.h"
+#include "appid/internal/CUserDefAppConfig.h"
 #include "base/OrvaPath.h"
+#include "base/internal/NoThrow.h"
 
 using quarn_userdef::InList;
 
@@ -335,3 +335,5 @@ void CUserDefAppConfig::ReCalAppid() {
     next_appid = static_cast<int>(item.appid + 1u);
   }
 }
+
+template class ACE_Singleton<CUserDefAppConfig, ACE_Null_Mutex>;

@@ -9,6 +9,8 @@
 #ifndef QUARN_APPID_CUSERDEFAPPCONFIG_H_
 #define QUARN_APPID_CUSERDEFAPPCONFIG_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
 #include <string>
@@ -17,8 +19,8 @@
 #include <ace/Null_Mutex.h>
 #include <ace/Singleton.h>
 
-#include "address/AddressPredicates.h"
-#include "base/CTinyXmlEx.h"
+#include "quarn_common/address/AddressPredicates.h"
+#include "quarn_common/base/CTinyXmlEx.h"
 
 // One administrator-defined application and the condition a connection
 // must meet to belong to it.
@@ -29,7 +31,7 @@
 // involves the server or the client tries the second endpoint as the server
 // first, then the first endpoint, and on success writes back the direction
 // it used; on failure the direction is left alone.
-class UserDefAppItem {
+class QUARN_EXPORT UserDefAppItem {
  public:
   // Values of cond_type; any other value never matches.
   enum {
@@ -73,19 +75,21 @@ class UserDefAppItem {
  private:
   // The condition alone.
   int Cmp(const tagIPv4_CONNECT_ADDR& addr, DIR_CS& dir) const;
-  int Cmp_ServerPort(const tagIPv4_CONNECT_ADDR& addr, DIR_CS& dir) const;
-  int Cmp_ClientPort(const tagIPv4_CONNECT_ADDR& addr, DIR_CS& dir) const;
-  int Cmp_ServerIPAndServerPort(const tagIPv4_CONNECT_ADDR& addr,
-                                DIR_CS& dir) const;
-  int Cmp_ClientIPAndServerPort(const tagIPv4_CONNECT_ADDR& addr,
-                                DIR_CS& dir) const;
+  QUARN_HIDDEN int Cmp_ServerPort(const tagIPv4_CONNECT_ADDR& addr,
+                                  DIR_CS& dir) const;
+  QUARN_HIDDEN int Cmp_ClientPort(const tagIPv4_CONNECT_ADDR& addr,
+                                  DIR_CS& dir) const;
+  QUARN_HIDDEN int Cmp_ServerIPAndServerPort(const tagIPv4_CONNECT_ADDR& addr,
+                                             DIR_CS& dir) const;
+  QUARN_HIDDEN int Cmp_ClientIPAndServerPort(const tagIPv4_CONNECT_ADDR& addr,
+                                             DIR_CS& dir) const;
   // Kind 5 neither reads nor writes the direction.
-  int Cmp_IP(const tagIPv4_CONNECT_ADDR& addr, DIR_CS& dir) const;
+  QUARN_HIDDEN int Cmp_IP(const tagIPv4_CONNECT_ADDR& addr, DIR_CS& dir) const;
 };
 
 // The version-1 "user_def_app" document: named applications with ids of
 // their own, in file order.
-class CUserDefAppConfig {
+class QUARN_EXPORT CUserDefAppConfig {
  public:
   CUserDefAppConfig();
   CUserDefAppConfig(const CUserDefAppConfig& other) = default;
@@ -128,10 +132,15 @@ class CUserDefAppConfig {
   std::vector<UserDefAppItem> items;
 
  private:
-  bool ReadDocument(CTinyXmlEx& doc);
+  QUARN_HIDDEN bool ReadDocument(CTinyXmlEx& doc);
 };
 
-class CUserDefAppConfig_Singleton
+// The instantiation that holds the process-wide instance is made once,
+// in the library, and exported: the library and its hosts share it.
+extern template class QUARN_EXPORT
+    ACE_Singleton<CUserDefAppConfig, ACE_Null_Mutex>;
+
+class QUARN_EXPORT CUserDefAppConfig_Singleton
     : public ACE_Singleton<CUserDefAppConfig, ACE_Null_Mutex> {
  public:
   static CUserDefAppConfig* instance() {

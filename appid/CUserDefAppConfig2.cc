@@ -1,9 +1,9 @@
 #include "appid/CUserDefAppConfig2.h"
 
-#include "base/NoThrow_internal.h"
+#include "base/internal/NoThrow.h"
 
 #include "appid/CAppSubtypeReader.h"
-#include "appid/CUserDefAppConfig_internal.h"
+#include "appid/internal/CUserDefAppConfig.h"
 
 namespace {
 
@@ -129,3 +129,5 @@ const UserDefAppItem2* CUserDefAppConfig2::find(
   }
   return nullptr;
 }
+
+template class ACE_Singleton<CUserDefAppConfig2, ACE_Null_Mutex>;

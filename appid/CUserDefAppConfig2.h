@@ -10,6 +10,8 @@
 #ifndef QUARN_APPID_CUSERDEFAPPCONFIG2_H_
 #define QUARN_APPID_CUSERDEFAPPCONFIG2_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
 #include <string>
@@ -18,13 +20,13 @@
 #include <ace/Null_Mutex.h>
 #include <ace/Singleton.h>
 
-#include "address/AddressPredicates.h"
-#include "base/CTinyXmlEx.h"
+#include "quarn_common/address/AddressPredicates.h"
+#include "quarn_common/base/CTinyXmlEx.h"
 
 // One mapping: connections whose server address is in `ips` and whose
 // server port is in `ports` belong to `appid`. The direction is handled as
 // for UserDefAppItem: an undecided one is settled and written back.
-class UserDefAppItem2 {
+class QUARN_EXPORT UserDefAppItem2 {
  public:
   UserDefAppItem2();
   UserDefAppItem2(const UserDefAppItem2& other) = default;
@@ -50,12 +52,12 @@ class UserDefAppItem2 {
 
  private:
   int Cmp(const tagIPv4_CONNECT_ADDR& addr, DIR_CS& dir) const;
-  int Cmp_ServerIPAndServerPort(const tagIPv4_CONNECT_ADDR& addr,
-                                DIR_CS& dir) const;
+  QUARN_HIDDEN int Cmp_ServerIPAndServerPort(const tagIPv4_CONNECT_ADDR& addr,
+                                             DIR_CS& dir) const;
 };
 
 // The version-2 "user_def_app" document, items in file order.
-class CUserDefAppConfig2 {
+class QUARN_EXPORT CUserDefAppConfig2 {
  public:
   CUserDefAppConfig2() {}
   CUserDefAppConfig2(const CUserDefAppConfig2& other) = default;
@@ -92,10 +94,15 @@ class CUserDefAppConfig2 {
   std::vector<UserDefAppItem2> items;
 
  private:
-  bool ReadDocument(CTinyXmlEx& doc);
+  QUARN_HIDDEN bool ReadDocument(CTinyXmlEx& doc);
 };
 
-class CUserDefAppConfig2_Singleton
+// The instantiation that holds the process-wide instance is made once,
+// in the library, and exported: the library and its hosts share it.
+extern template class QUARN_EXPORT
+    ACE_Singleton<CUserDefAppConfig2, ACE_Null_Mutex>;
+
+class QUARN_EXPORT CUserDefAppConfig2_Singleton
     : public ACE_Singleton<CUserDefAppConfig2, ACE_Null_Mutex> {
  public:
   static CUserDefAppConfig2* instance() {

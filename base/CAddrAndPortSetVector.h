@@ -14,15 +14,17 @@
 #ifndef QUARN_BASE_CADDRANDPORTSETVECTOR_H_
 #define QUARN_BASE_CADDRANDPORTSETVECTOR_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stddef.h>
 #include <stdint.h>
 
 #include <vector>
 
-#include "base/CTinyXmlEx.h"
+#include "quarn_common/base/CTinyXmlEx.h"
 
 // One set. Empty lists match everything.
-struct CAddrAndPortSet {
+struct QUARN_EXPORT CAddrAndPortSet {
   std::vector<IP_RANGE_PAIR> ip_ranges;  // host order, inclusive
   std::vector<UINT16_RANGE_PAIR> port_ranges;
   std::vector<uint32_t> values;
@@ -37,7 +39,7 @@ struct CAddrAndPortSet {
   }
 };
 
-class CAddrAndPortSetVector {
+class QUARN_EXPORT CAddrAndPortSetVector {
  public:
   CAddrAndPortSetVector() {}
 

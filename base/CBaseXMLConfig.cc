@@ -2,10 +2,10 @@
 
 #include <string.h>
 
-#include "base/DataCipher_internal.h"
-#include "base/NoThrow_internal.h"
 #include "base/OrvaFile.h"
 #include "base/OrvaMem.h"
+#include "base/internal/DataCipher.h"
+#include "base/internal/NoThrow.h"
 
 CBaseXMLConfig::CBaseXMLConfig() {}
 

@@ -14,11 +14,13 @@
 #ifndef QUARN_BASE_CBASEXMLCONFIG_H_
 #define QUARN_BASE_CBASEXMLCONFIG_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <string>
 
-#include "base/CTinyXmlEx.h"
+#include "quarn_common/base/CTinyXmlEx.h"
 
-class CBaseXMLConfig {
+class QUARN_EXPORT CBaseXMLConfig {
  public:
   CBaseXMLConfig();
   virtual ~CBaseXMLConfig();

@@ -6,12 +6,14 @@
 #ifndef QUARN_BASE_CCOMMONDNSDECODE_H_
 #define QUARN_BASE_CCOMMONDNSDECODE_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
 #include <string>
 #include <vector>
 
-class CCommonDNSDecode {
+class QUARN_EXPORT CCommonDNSDecode {
  public:
   // The fixed twelve-byte header, in host byte order.
   struct DNS_HEADER {

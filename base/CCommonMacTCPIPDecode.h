@@ -12,10 +12,12 @@
 #ifndef QUARN_BASE_CCOMMONMACTCPIPDECODE_H_
 #define QUARN_BASE_CCOMMONMACTCPIPDECODE_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stddef.h>
 #include <stdint.h>
 
-class CCommonMacTCPIPDecode {
+class QUARN_EXPORT CCommonMacTCPIPDecode {
  public:
   struct TCPIP_DECODE_CONTEXT {
     unsigned char decoder_state0[12];  // frame and length: decoder's own

@@ -9,11 +9,13 @@
 #ifndef QUARN_BASE_CDATAARRAY_H_
 #define QUARN_BASE_CDATAARRAY_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
 #include <vector>
 
-class CDataArray {
+class QUARN_EXPORT CDataArray {
  public:
   // Reserves room for `initial_capacity` values; the array grows by
   // `grow_by` values at a time (by doubling when `grow_by` is 0 or less).
@@ -51,7 +53,7 @@ class CDataArray {
 
  private:
   // Makes room for one more value by the growth rule.
-  bool Grow();
+  QUARN_HIDDEN bool Grow();
 
   std::vector<uint64_t> values_;
   int grow_by_;

@@ -16,12 +16,14 @@
 #ifndef QUARN_BASE_CDATA_STREAM_LE_H_
 #define QUARN_BASE_CDATA_STREAM_LE_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stddef.h>
 #include <stdint.h>
 
 #include <string>
 
-class CData_Stream_LE {
+class QUARN_EXPORT CData_Stream_LE {
  public:
   // Writers: store at `p`, advance `p`, return the bytes written.
   static int PutUint8(char*& p, uint8_t value);

@@ -11,12 +11,14 @@
 #ifndef QUARN_BASE_CMATCHSTRING_H_
 #define QUARN_BASE_CMATCHSTRING_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stddef.h>
 
 #include <string>
 #include <vector>
 
-class CMatchString {
+class QUARN_EXPORT CMatchString {
  public:
   CMatchString() {}
 

@@ -10,9 +10,11 @@
 #ifndef QUARN_BASE_COCTETS_H_
 #define QUARN_BASE_COCTETS_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stddef.h>
 
-class COctets {
+class QUARN_EXPORT COctets {
  public:
   COctets();
   ~COctets();
@@ -51,7 +53,7 @@ class COctets {
 
  private:
   // Moves to owned storage of `capacity` bytes.
-  bool Reallocate(size_t capacity);
+  QUARN_HIDDEN bool Reallocate(size_t capacity);
 
   char* data_;       // null when there is no storage
   size_t length_;    // bytes held

@@ -10,14 +10,16 @@
 #ifndef QUARN_BASE_CPRIVATENETLIST_H_
 #define QUARN_BASE_CPRIVATENETLIST_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stddef.h>
 #include <stdint.h>
 
 #include <vector>
 
-#include "base/CTinyXmlEx.h"
+#include "quarn_common/base/CTinyXmlEx.h"
 
-class CPrivateNetList {
+class QUARN_EXPORT CPrivateNetList {
  public:
   // An empty list; AddDefaultPrivateNetRange() fills it.
   CPrivateNetList() {}

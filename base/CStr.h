@@ -6,11 +6,13 @@
 #ifndef QUARN_BASE_CSTR_H_
 #define QUARN_BASE_CSTR_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stddef.h>
 
 #include <string>
 
-class CStr {
+class QUARN_EXPORT CStr {
  public:
   CStr() {}
   CStr(const char* text) : text_(text != nullptr ? text : "") {}  // NOLINT

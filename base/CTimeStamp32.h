@@ -4,10 +4,12 @@
 #ifndef QUARN_BASE_CTIMESTAMP32_H_
 #define QUARN_BASE_CTIMESTAMP32_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 #include <sys/time.h>
 
-struct CTimeStamp32 {
+struct QUARN_EXPORT CTimeStamp32 {
   uint32_t sec = 0;
   uint32_t usec = 0;
 

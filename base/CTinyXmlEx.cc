@@ -8,11 +8,11 @@
 
 #include <memory>
 
-#include "base/NoThrow_internal.h"
 #include "base/OrvaAddr.h"
 #include "base/OrvaFile.h"
-#include "base/TextNumber_internal.h"
-#include "base/XmlNesting_internal.h"
+#include "base/internal/NoThrow.h"
+#include "base/internal/TextNumber.h"
+#include "base/internal/XmlNesting.h"
 
 namespace {
 

@@ -13,6 +13,8 @@
 #ifndef QUARN_BASE_CTINYXMLEX_H_
 #define QUARN_BASE_CTINYXMLEX_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stddef.h>
 #include <stdint.h>
 
@@ -28,7 +30,7 @@ typedef std::pair<uint32_t, uint32_t> IP_RANGE_PAIR;
 // Inclusive range of 16-bit values (ports).
 typedef std::pair<uint16_t, uint16_t> UINT16_RANGE_PAIR;
 
-class CTinyXmlEx {
+class QUARN_EXPORT CTinyXmlEx {
  public:
   // Modes of open_ex().
   enum OPEN_MODE {
@@ -189,9 +191,9 @@ class CTinyXmlEx {
 
  private:
   // Parses a zero-terminated text of `length` bytes into doc_.
-  int Parse(const char* text, size_t length);
+  QUARN_HIDDEN int Parse(const char* text, size_t length);
   // Records `message` for error() and returns -1.
-  int Fail(const std::string& message);
+  QUARN_HIDDEN int Fail(const std::string& message);
 
   TiXmlDocument* doc_;  // owned; null when nothing is open
   std::string path_;

@@ -11,11 +11,13 @@
 #ifndef QUARN_BASE_CURLDECODER_H_
 #define QUARN_BASE_CURLDECODER_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stddef.h>
 
 #include <string>
 
-class CURLDecoder {
+class QUARN_EXPORT CURLDecoder {
  public:
   static std::string encode(const char* text, size_t length);
   static std::string encode(const std::string& text) {

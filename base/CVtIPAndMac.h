@@ -13,13 +13,15 @@
 #ifndef QUARN_BASE_CVTIPANDMAC_H_
 #define QUARN_BASE_CVTIPANDMAC_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stddef.h>
 #include <stdint.h>
 
 #include <string>
 #include <vector>
 
-#include "base/CTinyXmlEx.h"
+#include "quarn_common/base/CTinyXmlEx.h"
 
 namespace Orva {
 
@@ -28,11 +30,11 @@ namespace Orva {
 // most significant. Build them with that function, not by copying the six
 // bytes into a uint64_t, whose byte order differs. A null or all-zero MAC
 // is never in a list: zero means "no MAC known".
-bool IsMACIn(const void* mac, const std::vector<uint64_t>& macs);
+QUARN_EXPORT bool IsMACIn(const void* mac, const std::vector<uint64_t>& macs);
 
 }  // namespace Orva
 
-class CVtIPAndMac {
+class QUARN_EXPORT CVtIPAndMac {
  public:
   CVtIPAndMac() {}
 

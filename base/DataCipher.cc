@@ -1,7 +1,7 @@
 #include <stdint.h>
 #include <string.h>
 
-#include "base/DataCipher_internal.h"
+#include "base/internal/DataCipher.h"
 
 namespace quarn_cipher {
 namespace {

@@ -4,7 +4,7 @@
 #include <stdio.h>
 #include <string.h>
 
-#include "base/TextNumber_internal.h"
+#include "base/internal/TextNumber.h"
 
 namespace Orva {
 namespace {

@@ -20,6 +20,8 @@
 #ifndef QUARN_BASE_ORVAFILE_H_
 #define QUARN_BASE_ORVAFILE_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stddef.h>
 #include <stdio.h>
 
@@ -34,22 +36,24 @@ constexpr size_t kMaxFileBytes = size_t{256} << 20;
 // Opens the regular file at `path` for reading as a buffered stream, which
 // the caller closes with fclose(). Null (errno set) when it cannot be
 // opened, is not a regular file or holds more than `max_bytes` bytes.
-FILE* OpenRegularFile(const char* path, size_t max_bytes = kMaxFileBytes);
+QUARN_EXPORT FILE* OpenRegularFile(const char* path,
+                                   size_t max_bytes = kMaxFileBytes);
 
 // Reads the whole regular file at `path` into `*content`. False (content
 // untouched) when it cannot be opened or read, is not a regular file, or
 // holds more than `max_bytes` bytes.
-bool ReadFileToString(const char* path, std::string* content,
-                      size_t max_bytes = kMaxFileBytes);
+QUARN_EXPORT bool ReadFileToString(const char* path, std::string* content,
+                                   size_t max_bytes = kMaxFileBytes);
 
 // Replaces the file at `path` by the `length` bytes at `data`, atomically
 // as described above. False on any error; the old file then stays.
-bool WriteFileAtomic(const char* path, const void* data, size_t length);
+QUARN_EXPORT bool WriteFileAtomic(const char* path, const void* data,
+                                  size_t length);
 
 // Copies the file `src` to `dst`, replacing `dst` when it exists (the
 // replacement is atomic as above). False when `src` cannot be read or
 // `dst` cannot be written; `dst` is then unchanged.
-bool CopyFileOverwrite(const char* src, const char* dst);
+QUARN_EXPORT bool CopyFileOverwrite(const char* src, const char* dst);
 
 }  // namespace Orva
 

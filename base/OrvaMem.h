@@ -4,15 +4,17 @@
 #ifndef QUARN_BASE_ORVAMEM_H_
 #define QUARN_BASE_ORVAMEM_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stddef.h>
 
 namespace Orva {
 
 // Allocates `size` bytes; `source` and `line` name the caller for
 // diagnostics. Returns null when memory runs out.
-void* MyMemAlloc(size_t size, const char* source, int line);
+QUARN_EXPORT void* MyMemAlloc(size_t size, const char* source, int line);
 // Releases a block from MyMemAlloc; null is allowed.
-void MyMemFree(void* block);
+QUARN_EXPORT void MyMemFree(void* block);
 
 }  // namespace Orva
 

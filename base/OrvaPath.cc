@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/stat.h>
 
 namespace Orva {
 namespace {
@@ -23,6 +24,26 @@ int CopyOut(const std::string& path, char* buffer, int size) {
   return 1;
 }
 
+// The directory of whichever object holds this function: the shared
+// library for hosts, the executable when the code is linked in directly.
+std::string ObjectDirectory() {
+  Dl_info info;
+  if (dladdr(reinterpret_cast<void*>(&ObjectDirectory), &info) == 0 ||
+      info.dli_fname == nullptr) {
+    return ".";
+  }
+  std::string file = info.dli_fname;
+  size_t slash = file.rfind('/');
+  if (slash == std::string::npos) return ".";
+  if (slash == 0) return "/";
+  return file.substr(0, slash);
+}
+
+bool IsDirectory(const std::string& path) {
+  struct stat st;
+  return stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
 }  // namespace
 
 std::string GetModuleDirectory() {
@@ -32,18 +53,23 @@ std::string GetModuleDirectory() {
     while (dir.size() > 1 && dir.back() == '/') dir.pop_back();
     return dir;
   }
-  // The directory of whichever object holds this function: the shared
-  // library for hosts, the executable when the code is linked in directly.
-  Dl_info info;
-  if (dladdr(reinterpret_cast<void*>(&GetModuleDirectory), &info) == 0 ||
-      info.dli_fname == nullptr) {
-    return ".";
+  const std::string object = ObjectDirectory();
+#ifdef QUARN_DATA_FROM_MODULE
+  // An installed library keeps its data in its own directory under the
+  // data root, which the build gives relative to the library's directory:
+  // the install stays usable wherever its prefix is moved. A library
+  // without that directory beside it (a build tree, a host that keeps the
+  // data next to its modules) reads the data beside itself.
+  const std::string installed = Join(object, QUARN_DATA_FROM_MODULE);
+  if (IsDirectory(installed)) {
+    char* resolved = realpath(installed.c_str(), nullptr);
+    if (resolved == nullptr) return installed;
+    std::string dir = resolved;
+    free(resolved);
+    return dir;
   }
-  std::string file = info.dli_fname;
-  size_t slash = file.rfind('/');
-  if (slash == std::string::npos) return ".";
-  if (slash == 0) return "/";
-  return file.substr(0, slash);
+#endif
+  return object;
 }
 
 int GetModuleFullFileName(char* buffer, int size, const char* name) {

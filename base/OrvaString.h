@@ -4,6 +4,8 @@
 #ifndef QUARN_BASE_ORVASTRING_H_
 #define QUARN_BASE_ORVASTRING_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stddef.h>
 
 #include <string>
@@ -15,19 +17,20 @@ namespace Orva {
 // `length` bytes of `data` (which need not be zero-terminated), compared
 // byte for byte with case. Returns a pointer into `data`, or null when
 // there is none or an argument is null. An empty needle is found at `data`.
-const char* memstr(const char* data, size_t length, const char* needle);
+QUARN_EXPORT const char* memstr(const char* data, size_t length,
+                                const char* needle);
 // The same with a needle of `needle_length` bytes, which may hold zeros.
-const char* memstr(const char* data, size_t length, const char* needle,
-                   size_t needle_length);
+QUARN_EXPORT const char* memstr(const char* data, size_t length,
+                                const char* needle, size_t needle_length);
 
 // Lower-cases the ASCII letters of the zero-terminated `text` in place and
 // returns `text` (null stays null). The second byte of a GBK double-byte
 // character (lead byte 0x81 to 0xFE) is left alone even when it falls in
 // the range of ASCII letters, so Chinese text is never altered.
-char* str_lwr(char* text);
+QUARN_EXPORT char* str_lwr(char* text);
 // The same on a copy of `length` bytes, which may hold zeros.
-std::string str_lwr(const char* text, size_t length);
-std::string str_lwr(const std::string& text);
+QUARN_EXPORT std::string str_lwr(const char* text, size_t length);
+QUARN_EXPORT std::string str_lwr(const std::string& text);
 
 // Blur types of a compound key, as SplitFullKey() returns them.
 enum {
@@ -50,8 +53,8 @@ const int kMaxKeyPieces = 31;
 // emptied, for a null or empty key, a key mixing separator kinds, a key
 // with no piece, or one with more than kMaxKeyPieces pieces. Pieces may
 // hold any byte but the separator.
-int SplitFullKey(const char* key, size_t length,
-                 std::vector<std::string>& pieces);
+QUARN_EXPORT int SplitFullKey(const char* key, size_t length,
+                              std::vector<std::string>& pieces);
 
 }  // namespace Orva
 

@@ -9,6 +9,8 @@
 #ifndef QUARN_BASE_ORVATEXT_H_
 #define QUARN_BASE_ORVATEXT_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stddef.h>
 
 #include <string>
@@ -19,16 +21,16 @@ namespace Orva {
 // one multi-byte sequence; pure ASCII is false, since it needs no
 // conversion. Overlong forms, surrogates and values above U+10FFFF are not
 // valid. A `length` of -1 means "up to the terminating zero". Null is false.
-bool isUTF8_16(const char* text, int length = -1);
-bool isUTF8_16(const std::string& text);
+QUARN_EXPORT bool isUTF8_16(const char* text, int length = -1);
+QUARN_EXPORT bool isUTF8_16(const std::string& text);
 
 // UTF-8 to the local code page (GBK).
-std::string UTF8_to_HOME(const char* text, int length = -1);
-std::string UTF8_to_HOME(const std::string& text);
+QUARN_EXPORT std::string UTF8_to_HOME(const char* text, int length = -1);
+QUARN_EXPORT std::string UTF8_to_HOME(const std::string& text);
 
 // The local code page (GBK) to UTF-8.
-std::string HOME_to_UTF8(const char* text, int length = -1);
-std::string HOME_to_UTF8(const std::string& text);
+QUARN_EXPORT std::string HOME_to_UTF8(const char* text, int length = -1);
+QUARN_EXPORT std::string HOME_to_UTF8(const std::string& text);
 
 }  // namespace Orva
 

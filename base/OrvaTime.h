@@ -6,6 +6,8 @@
 #ifndef QUARN_BASE_ORVATIME_H_
 #define QUARN_BASE_ORVATIME_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
 #include <string>
@@ -26,7 +28,8 @@ enum {
 
 // `time` in `format`. Returns the empty text for an unknown format or a
 // time that cannot be broken down.
-std::string FormatTime(int format, int32_t time, int flags = kTimeLocal);
+QUARN_EXPORT std::string FormatTime(int format, int32_t time,
+                                    int flags = kTimeLocal);
 
 // Parses `text` in `format` into `*time`. Surrounding white space is
 // allowed, and fields may have fewer digits ("2024-3-5 8:07:09"); "/" may
@@ -34,12 +37,12 @@ std::string FormatTime(int format, int32_t time, int flags = kTimeLocal);
 // or the whole time part, may be left out (they count as 0). Returns 1 on
 // success; 0 on anything else, including impossible dates and instants
 // outside the signed 32-bit range, with `*time` left untouched.
-int StrToTime(int format, const char* text, int32_t* time,
-              int flags = kTimeLocal);
+QUARN_EXPORT int StrToTime(int format, const char* text, int32_t* time,
+                           int flags = kTimeLocal);
 
 // A monotonic millisecond tick; wraps around every 49.7 days, so compare
 // ticks by unsigned difference only.
-uint32_t GetTickCount();
+QUARN_EXPORT uint32_t GetTickCount();
 
 }  // namespace Orva
 
@@ -52,7 +55,7 @@ inline uint32_t GetTickCount() { return Orva::GetTickCount(); }
 // comes before its begin wraps over midnight (22:00-06:00 holds 23:30 and
 // 05:59). A segment whose begin equals its end is empty; the default
 // segment 00:00-00:00 therefore holds nothing.
-struct Orva_Time_Seg {
+struct QUARN_EXPORT Orva_Time_Seg {
   int32_t begin_hour;
   int32_t begin_minute;
   int32_t end_hour;
@@ -80,7 +83,7 @@ struct Orva_Time_Seg {
 // segment whose end comes before its begin wraps over the year end
 // (12-30 to 01-02 holds 12-31 and 01-01). The default segment (all zero)
 // holds no date.
-struct Orva_Date_Seg {
+struct QUARN_EXPORT Orva_Date_Seg {
   int32_t begin_month;
   int32_t begin_day;
   int32_t end_month;

@@ -18,13 +18,15 @@
 #ifndef QUARN_BASE_ORVA_SIMPLEFLTIO_H_
 #define QUARN_BASE_ORVA_SIMPLEFLTIO_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
 #include <vector>
 
-#include "base/CTinyXmlEx.h"
+#include "quarn_common/base/CTinyXmlEx.h"
 
-struct tagSIMPLE_IP_FILTER {
+struct QUARN_EXPORT tagSIMPLE_IP_FILTER {
   uint32_t invert = 0;   // non-zero: the final outcome is inverted
   int32_t dir_mode = 0;  // 0 either way, 1 forward, -1 reverse
   std::vector<IP_RANGE_PAIR> first_ranges;  // host order, inclusive
@@ -47,7 +49,7 @@ struct tagSIMPLE_IP_FILTER {
   }
 };
 
-class Orva_SimpleFltIO {
+class QUARN_EXPORT Orva_SimpleFltIO {
  public:
   // Replaces `filter` with what `node` holds. Returns 1, or 0 when `node`
   // is null (the filter is then emptied).

@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "base/TextNumber_internal.h"
+#include "base/internal/TextNumber.h"
 
 namespace quarn_text {
 namespace {

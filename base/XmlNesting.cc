@@ -1,4 +1,4 @@
-#include "base/XmlNesting_internal.h"
+#include "base/internal/XmlNesting.h"
 
 #include <string.h>
 

@@ -1,19 +1,27 @@
-# Installs the library, its headers, the reference data beside the library,
-# and the two consumer entry points: a CMake package and a pkg-config file.
+# Installs the library, its headers, its reference data, the example
+# configuration and the two consumer entry points: a CMake package and a
+# pkg-config file. Everything goes where GNUInstallDirs says: the library
+# in $libdir, headers under $includedir/quarn_common, reference data in
+# $datadir/quarn_common (where the library looks for it, see
+# base/OrvaPath.h), the example gateway configuration in $docdir/examples.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS quarn_common EXPORT quarn_commonTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(FILES ${PROJECT_SOURCE_DIR}/include/quarn_common.h
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-foreach(dir ${QUARN_REFERENCE_DIRS})
-  install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/${dir}
-          DESTINATION ${CMAKE_INSTALL_LIBDIR})
-endforeach()
-foreach(file ${QUARN_REFERENCE_FILES})
-  install(FILES ${PROJECT_SOURCE_DIR}/examples/${file}
-          DESTINATION ${CMAKE_INSTALL_LIBDIR})
-endforeach()
+set(QUARN_INSTALL_DATADIR ${CMAKE_INSTALL_DATADIR}/quarn_common)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/pat
+                  ${PROJECT_SOURCE_DIR}/examples/url
+        DESTINATION ${QUARN_INSTALL_DATADIR}
+        FILES_MATCHING PATTERN "*.xml" PATTERN "*.dat")
+install(FILES ${PROJECT_SOURCE_DIR}/examples/ipt1.dat
+              ${PROJECT_SOURCE_DIR}/examples/ipt2.dat
+        DESTINATION ${QUARN_INSTALL_DATADIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/gateway
+        DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
+install(FILES ${PROJECT_SOURCE_DIR}/examples/connections.csv
+        DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
 
 set(QUARN_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/quarn_common)
 install(EXPORT quarn_commonTargets NAMESPACE quarn_common::

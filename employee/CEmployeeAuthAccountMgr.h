@@ -17,6 +17,8 @@
 #ifndef QUARN_EMPLOYEE_CEMPLOYEEAUTHACCOUNTMGR_H_
 #define QUARN_EMPLOYEE_CEMPLOYEEAUTHACCOUNTMGR_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stddef.h>
 #include <stdint.h>
 
@@ -25,13 +27,13 @@
 
 #include <ace/Recursive_Thread_Mutex.h>
 
-#include "base/CBaseXMLConfig.h"
-#include "base/CStr.h"
-#include "base/CVtIPAndMac.h"
-#include "employee/CSlotHashPool.h"
+#include "quarn_common/base/CBaseXMLConfig.h"
+#include "quarn_common/base/CStr.h"
+#include "quarn_common/base/CVtIPAndMac.h"
+#include "quarn_common/employee/internal/CSlotHashPool.h"
 
 // One account. A default-constructed or Close()d account is a new account.
-struct EMPLOYEE_AUTH_ACCOUNT_INFO {
+struct QUARN_EXPORT EMPLOYEE_AUTH_ACCOUNT_INFO {
   // The password of a key_type 1 account that has none, and after a reset.
   static const char* const kDefaultPasswd;  // "60481357"
   // key_type of password accounts.
@@ -102,7 +104,7 @@ struct EMPLOYEE_AUTH_ACCOUNT_INFO {
   int32_t insert_flag;
 };
 
-class CEmployeeAuthAccountMgr : public CBaseXMLConfig {
+class QUARN_EXPORT CEmployeeAuthAccountMgr : public CBaseXMLConfig {
  public:
   static const char* const kRootName;  // "tb_employee_auth_account"
   // The version written on the root element.
@@ -222,15 +224,16 @@ class CEmployeeAuthAccountMgr : public CBaseXMLConfig {
  private:
   enum { kDidIndex = 0, kNameIndex = 1 };
 
-  int LoadConfig(CTinyXmlEx& doc) override;
-  int SaveConfig(CTinyXmlEx& doc) override;
+  QUARN_HIDDEN int LoadConfig(CTinyXmlEx& doc) override;
+  QUARN_HIDDEN int SaveConfig(CTinyXmlEx& doc) override;
 
-  EMPLOYEE_AUTH_ACCOUNT_INFO* Inner_InsertOneEmployee(const char* kname,
-                                                      uint64_t did, int flag);
-  void ReadAccount(TiXmlNode* node, EMPLOYEE_AUTH_ACCOUNT_INFO* rec) const;
-  static void WriteAccount(TiXmlNode* node,
-                           const EMPLOYEE_AUTH_ACCOUNT_INFO& rec);
-  void Touch();
+  QUARN_HIDDEN EMPLOYEE_AUTH_ACCOUNT_INFO* Inner_InsertOneEmployee(
+      const char* kname, uint64_t did, int flag);
+  QUARN_HIDDEN void ReadAccount(TiXmlNode* node,
+                                EMPLOYEE_AUTH_ACCOUNT_INFO* rec) const;
+  QUARN_HIDDEN static void WriteAccount(TiXmlNode* node,
+                                        const EMPLOYEE_AUTH_ACCOUNT_INFO& rec);
+  QUARN_HIDDEN void Touch();
 
   CSlotHashPool<EMPLOYEE_AUTH_ACCOUNT_INFO> pool_;
   ACE_Recursive_Thread_Mutex mutex_;

@@ -7,11 +7,11 @@
 #include <ace/Guard_T.h>
 
 #include "address/CLocalIPTypeTable.h"
-#include "base/NoThrow_internal.h"
 #include "base/OrvaAddr.h"
 #include "base/OrvaText.h"
 #include "base/OrvaTime.h"
-#include "employee/EmployeeKeys_internal.h"
+#include "base/internal/NoThrow.h"
+#include "employee/internal/EmployeeKeys.h"
 
 using quarn_employee::IsZeroMac;
 using quarn_employee::MacKey;

@@ -19,6 +19,8 @@
 #ifndef QUARN_EMPLOYEE_CEMPLOYEEINFOMGR_H_
 #define QUARN_EMPLOYEE_CEMPLOYEEINFOMGR_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stddef.h>
 #include <stdint.h>
 
@@ -27,13 +29,13 @@
 
 #include <ace/Recursive_Thread_Mutex.h>
 
-#include "base/CTinyXmlEx.h"
-#include "employee/CSlotHashPool.h"
+#include "quarn_common/base/CTinyXmlEx.h"
+#include "quarn_common/employee/internal/CSlotHashPool.h"
 
 class CLocalIPTypeTable;
 
 // One host.
-struct EMPLOYEE_INFO {
+struct QUARN_EXPORT EMPLOYEE_INFO {
   EMPLOYEE_INFO() { Close(); }
 
   // Every field to 0 / empty.
@@ -94,7 +96,7 @@ struct EMPLOYEE_INFO {
   uint64_t flux[2];  // traffic counters, not saved or streamed
 };
 
-class CEmployeeInfoMgr {
+class QUARN_EXPORT CEmployeeInfoMgr {
  public:
   // Result codes of the insertions.
   enum {
@@ -292,24 +294,25 @@ class CEmployeeInfoMgr {
  private:
   enum { kIpIndex = 0, kMacIndex = 1 };
 
-  EMPLOYEE_INFO* Inner_InsertEmployee(int time, int outside, unsigned int ip,
-                                      const unsigned char* host_mac,
-                                      const unsigned char* vlan_mac,
-                                      int* result);
-  EMPLOYEE_INFO* NewRecord(int outside, unsigned int ip,
-                           const unsigned char* mac);
-  EMPLOYEE_INFO* FindByRunIP(unsigned int ip);
+  QUARN_HIDDEN EMPLOYEE_INFO* Inner_InsertEmployee(
+      int time, int outside, unsigned int ip, const unsigned char* host_mac,
+      const unsigned char* vlan_mac, int* result);
+  QUARN_HIDDEN EMPLOYEE_INFO* NewRecord(int outside, unsigned int ip,
+                                        const unsigned char* mac);
+  QUARN_HIDDEN EMPLOYEE_INFO* FindByRunIP(unsigned int ip);
   // Of `slot` and the older slots on its IP, the most recently active.
   EMPLOYEE_INFO* LatestOnIP(int slot);
-  EMPLOYEE_INFO* FindInMacIndex(const unsigned char* mac);
-  void HandleCollisionIP_ByInsertEmployee(EMPLOYEE_INFO* other);
-  int CollisionMode() const;
-  int IsOutsideAdmitted() const;
-  bool IsActive(const EMPLOYEE_INFO& r, int32_t now) const;
-  int CountDep(unsigned int dep, bool active);
-  int CountServers(bool active);
-  int CountDepList(const std::vector<unsigned int>& deps, bool active);
-  std::vector<unsigned int> PlanDepartments(bool with_server_dmz) const;
+  QUARN_HIDDEN EMPLOYEE_INFO* FindInMacIndex(const unsigned char* mac);
+  QUARN_HIDDEN void HandleCollisionIP_ByInsertEmployee(EMPLOYEE_INFO* other);
+  QUARN_HIDDEN int CollisionMode() const;
+  QUARN_HIDDEN int IsOutsideAdmitted() const;
+  QUARN_HIDDEN bool IsActive(const EMPLOYEE_INFO& r, int32_t now) const;
+  QUARN_HIDDEN int CountDep(unsigned int dep, bool active);
+  QUARN_HIDDEN int CountServers(bool active);
+  QUARN_HIDDEN int CountDepList(const std::vector<unsigned int>& deps,
+                                bool active);
+  QUARN_HIDDEN std::vector<unsigned int> PlanDepartments(
+      bool with_server_dmz) const;
 
   CSlotHashPool<EMPLOYEE_INFO> pool_;
   ACE_Recursive_Thread_Mutex mutex_;

@@ -5,11 +5,11 @@
 #include <unistd.h>
 
 #include "base/CData_Stream_LE.h"
-#include "base/NoThrow_internal.h"
 #include "base/OrvaFile.h"
 #include "base/OrvaPath.h"
 #include "base/OrvaTime.h"
-#include "employee/EmployeeKeys_internal.h"
+#include "base/internal/NoThrow.h"
+#include "employee/internal/EmployeeKeys.h"
 
 using quarn_employee::IsBroadcastMac;
 using quarn_employee::IsZeroMac;

@@ -15,15 +15,17 @@
 #ifndef QUARN_EMPLOYEE_CMYEMPLOYEEDYNAMICINFOMGR_H_
 #define QUARN_EMPLOYEE_CMYEMPLOYEEDYNAMICINFOMGR_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stddef.h>
 #include <stdint.h>
 
 #include <ace/Recursive_Thread_Mutex.h>
 
-#include "employee/CSlotHashPool.h"
+#include "quarn_common/employee/internal/CSlotHashPool.h"
 
 // One signed-in host.
-struct EMPLOYEE_DYNAMIC_INFO {
+struct QUARN_EXPORT EMPLOYEE_DYNAMIC_INFO {
   EMPLOYEE_DYNAMIC_INFO() { Close(); }
 
   void Close();
@@ -57,7 +59,7 @@ struct EMPLOYEE_DYNAMIC_INFO {
   unsigned char mac[6];      // all zero: unknown; key of the MAC index
 };
 
-class CMyEmployeeDynamicInfoMgr {
+class QUARN_EXPORT CMyEmployeeDynamicInfoMgr {
  public:
   // File names inside the directory given to Load_bin / Save_bin.
   static const char* const kMainFileName;  // "auth_center.dat"
@@ -175,20 +177,23 @@ class CMyEmployeeDynamicInfoMgr {
   unsigned int TestAuthPassWithMac(unsigned int ip, const void* mac);
   enum { kIpIndex = 0, kDidIndex = 1, kMacIndex = 2 };
 
-  EMPLOYEE_DYNAMIC_INFO* NewEntry(unsigned int ip, uint64_t did,
-                                  const unsigned char* mac);
-  EMPLOYEE_DYNAMIC_INFO* SetAuthNoMac(unsigned int ip, uint64_t did,
-                                      unsigned int auth_time, int state,
-                                      int* result);
-  EMPLOYEE_DYNAMIC_INFO* SetAuthLayer3(unsigned int ip, uint64_t did,
-                                       const unsigned char* mac,
-                                       unsigned int auth_time, int state,
-                                       int* result);
-  EMPLOYEE_DYNAMIC_INFO* SetAuthLayer2(unsigned int ip, uint64_t did,
-                                       const unsigned char* mac,
-                                       unsigned int auth_time, int state,
-                                       int* result);
-  int Inner_Load_bin(const char* path);
+  QUARN_HIDDEN EMPLOYEE_DYNAMIC_INFO* NewEntry(unsigned int ip, uint64_t did,
+                                               const unsigned char* mac);
+  QUARN_HIDDEN EMPLOYEE_DYNAMIC_INFO* SetAuthNoMac(unsigned int ip,
+                                                   uint64_t did,
+                                                   unsigned int auth_time,
+                                                   int state, int* result);
+  QUARN_HIDDEN EMPLOYEE_DYNAMIC_INFO* SetAuthLayer3(unsigned int ip,
+                                                    uint64_t did,
+                                                    const unsigned char* mac,
+                                                    unsigned int auth_time,
+                                                    int state, int* result);
+  QUARN_HIDDEN EMPLOYEE_DYNAMIC_INFO* SetAuthLayer2(unsigned int ip,
+                                                    uint64_t did,
+                                                    const unsigned char* mac,
+                                                    unsigned int auth_time,
+                                                    int state, int* result);
+  QUARN_HIDDEN int Inner_Load_bin(const char* path);
 
   CSlotHashPool<EMPLOYEE_DYNAMIC_INFO> pool_;
   ACE_Recursive_Thread_Mutex mutex_;

@@ -9,7 +9,7 @@
 #include "base/OrvaAddr.h"
 #include "base/OrvaString.h"
 #include "employee/CEmployeeAuthAccountMgr.h"
-#include "employee/EmployeeKeys_internal.h"
+#include "employee/internal/EmployeeKeys.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include "base/OrvaAddr.h"
 #include "base/OrvaString.h"
 #include "employee/CEmployeeInfoMgr.h"
-#include "employee/EmployeeKeys_internal.h"
+#include "employee/internal/EmployeeKeys.h"
 
 namespace {
 

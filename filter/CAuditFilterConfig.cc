@@ -1,6 +1,6 @@
 #include "filter/CAuditFilterConfig.h"
 
-#include "base/NoThrow_internal.h"
+#include "base/internal/NoThrow.h"
 
 #include <string.h>
 
@@ -272,3 +272,5 @@ bool CAuditFilterConfig::operator==(const CAuditFilterConfig& other) const {
   }
   return true;
 }
+
+template class ACE_Singleton<CAuditFilterConfig, ACE_Null_Mutex>;

@@ -20,6 +20,8 @@
 #ifndef QUARN_FILTER_CAUDITFILTERCONFIG_H_
 #define QUARN_FILTER_CAUDITFILTERCONFIG_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
 #include <string>
@@ -28,13 +30,13 @@
 #include <ace/Null_Mutex.h>
 #include <ace/Singleton.h>
 
-#include "address/AddressPredicates.h"
-#include "base/CTinyXmlEx.h"
-#include "base/Orva_SimpleFltIO.h"
+#include "quarn_common/address/AddressPredicates.h"
+#include "quarn_common/base/CTinyXmlEx.h"
+#include "quarn_common/base/Orva_SimpleFltIO.h"
 
 // One application's audit filter: text fragments and address ranges, both
 // in file order.
-class COneAppAuditFilterConfig {
+class QUARN_EXPORT COneAppAuditFilterConfig {
  public:
   COneAppAuditFilterConfig() = default;
 
@@ -68,7 +70,7 @@ class COneAppAuditFilterConfig {
   std::vector<IP_RANGE_PAIR> ranges;  // host order, inclusive
 };
 
-class CAuditFilterConfig {
+class QUARN_EXPORT CAuditFilterConfig {
  public:
   // An empty policy.
   CAuditFilterConfig() = default;
@@ -117,14 +119,19 @@ class CAuditFilterConfig {
  private:
   // Reads an opened document; 0 when it has no root element.
   int Load(CTinyXmlEx& doc);
-  void read_white_list(CTinyXmlEx& doc, TiXmlNode* root);
-  void read_black_list(CTinyXmlEx& doc, TiXmlNode* root);
-  void write_white_list(CTinyXmlEx& doc, TiXmlNode* root) const;
-  void write_black_list(CTinyXmlEx& doc, TiXmlNode* root) const;
+  QUARN_HIDDEN void read_white_list(CTinyXmlEx& doc, TiXmlNode* root);
+  QUARN_HIDDEN void read_black_list(CTinyXmlEx& doc, TiXmlNode* root);
+  QUARN_HIDDEN void write_white_list(CTinyXmlEx& doc, TiXmlNode* root) const;
+  QUARN_HIDDEN void write_black_list(CTinyXmlEx& doc, TiXmlNode* root) const;
 };
 
+// The instantiation that holds the process-wide instance is made once,
+// in the library, and exported: the library and its hosts share it.
+extern template class QUARN_EXPORT
+    ACE_Singleton<CAuditFilterConfig, ACE_Null_Mutex>;
+
 // The process-wide audit filter policy.
-class CAuditFilterConfig_Singleton
+class QUARN_EXPORT CAuditFilterConfig_Singleton
     : public ACE_Singleton<CAuditFilterConfig, ACE_Null_Mutex> {
  public:
   static CAuditFilterConfig* instance() {

@@ -20,14 +20,16 @@
 #ifndef QUARN_FILTER_CCONFIGFILTERBASE_H_
 #define QUARN_FILTER_CCONFIGFILTERBASE_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
 #include <string>
 #include <vector>
 
-#include "base/CMatchString.h"
-#include "base/CTinyXmlEx.h"
-#include "objects/CTimeRange.h"
+#include "quarn_common/base/CMatchString.h"
+#include "quarn_common/base/CTinyXmlEx.h"
+#include "quarn_common/objects/CTimeRange.h"
 
 // The internet area type that the internet address table gives to private
 // addresses ("内网", intranet). Written under "IntranetIPType" it names an
@@ -149,7 +151,7 @@ inline uint64_t FilterBit(uint64_t filter_index) {
 // readers return 0 when given a node and -1 for a null node (or, for the
 // placeholders, "not supported"). They never clear the record: flags are
 // overwritten only when the document gives them, lists are appended to.
-class CConfigFilterBase : public CTinyXmlEx {
+class QUARN_EXPORT CConfigFilterBase : public CTinyXmlEx {
  public:
   CConfigFilterBase() {}
   virtual ~CConfigFilterBase() {}
@@ -193,19 +195,22 @@ class CConfigFilterBase : public CTinyXmlEx {
 // expression's keys, appending the keys not yet present.
 extern "C" {
 // Keys: the values.
-void IntExpressToCondition(uint64_t filter_index, const INT_FLT_EXPRESS& expr,
-                           INT_CONDITION& cond);
+QUARN_EXPORT void IntExpressToCondition(uint64_t filter_index,
+                                        const INT_FLT_EXPRESS& expr,
+                                        INT_CONDITION& cond);
 // Keys: the comparisons, by CMP_SIZE::SameKey.
-void SizeExpressToCondition(uint64_t filter_index, const SIZE_FLT_EXPRESS& expr,
-                            SIZE_CONDITION& cond);
+QUARN_EXPORT void SizeExpressToCondition(uint64_t filter_index,
+                                         const SIZE_FLT_EXPRESS& expr,
+                                         SIZE_CONDITION& cond);
 // Appends `range` to the list of filter `filter_index` (the index itself,
 // not taken modulo 64), creating the entry when missing.
-void TimeExpressToCondition(uint64_t filter_index, const CTimeRange& range,
-                            TIME_CONDITION& cond);
+QUARN_EXPORT void TimeExpressToCondition(uint64_t filter_index,
+                                         const CTimeRange& range,
+                                         TIME_CONDITION& cond);
 // Key: the matcher built from expr.pattern; an empty pattern adds nothing.
-void FileNameExpressToCondition(uint64_t filter_index,
-                                const FILE_NAMETYPE_FLT_EXPRESS& expr,
-                                FILENAME_CONDITION& cond);
+QUARN_EXPORT void FileNameExpressToCondition(
+    uint64_t filter_index, const FILE_NAMETYPE_FLT_EXPRESS& expr,
+    FILENAME_CONDITION& cond);
 }
 
 #endif  // QUARN_FILTER_CCONFIGFILTERBASE_H_

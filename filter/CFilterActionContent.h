@@ -7,12 +7,14 @@
 #ifndef QUARN_FILTER_CFILTERACTIONCONTENT_H_
 #define QUARN_FILTER_CFILTERACTIONCONTENT_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
 #include <set>
 #include <string>
 
-class CFilterActionContent {
+class QUARN_EXPORT CFilterActionContent {
  public:
   // Values of continue_mode.
   static constexpr uint32_t MODE_STOP = 1;  // evaluation stops at this filter

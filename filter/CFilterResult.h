@@ -36,12 +36,14 @@
 #ifndef QUARN_FILTER_CFILTERRESULT_H_
 #define QUARN_FILTER_CFILTERRESULT_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
-#include "filter/CFilterActionContent.h"
-#include "filter/IFilter.h"
+#include "quarn_common/filter/CFilterActionContent.h"
+#include "quarn_common/filter/IFilter.h"
 
-class CFilterResult {
+class QUARN_EXPORT CFilterResult {
  public:
   enum CMP_STATE { CMP_RUNNING = 0, CMP_COMPLETE = 1 };
   enum CMP_RESULT { CMP_PASS = 1, CMP_NO_PASS = 0, CMP_UNKNOWN = -1 };
@@ -97,8 +99,8 @@ class CFilterResult {
   // False before a successful SetFilter: the feeding operations then do
   // nothing rather than touch arrays that are not there.
   bool IsBound() const { return states != nullptr; }
-  bool IsFilterPass(int i) const;
-  bool IsFilterNoPass(int i) const;
+  QUARN_HIDDEN bool IsFilterPass(int i) const;
+  QUARN_HIDDEN bool IsFilterNoPass(int i) const;
   // 1 pass, 0 fail, -1 open.
   int GetCmpResult(int i) const;
   bool IsStop(int i) const {
@@ -109,16 +111,16 @@ class CFilterResult {
   }
   // 1 when a member of `group` passed and none is open, 0 when every
   // member failed (or there is none), -1 at the first open member.
-  int GetPRIGroupCmpResult(int group) const;
-  void UpdateState();
+  QUARN_HIDDEN int GetPRIGroupCmpResult(int group) const;
+  QUARN_HIDDEN void UpdateState();
   // Marks the evaluation complete and builds the passed and event lists;
   // `group` is the priority group that completed it, 0 for none.
-  void Complete(int group);
-  int GenrateEventFilters();
-  int GenratePassedFilters(int group);
-  bool AllocBuffer(int n);
-  void FreeBuffer();
-  void CopyFrom(const CFilterResult& other);
+  QUARN_HIDDEN void Complete(int group);
+  QUARN_HIDDEN int GenrateEventFilters();
+  QUARN_HIDDEN int GenratePassedFilters(int group);
+  QUARN_HIDDEN bool AllocBuffer(int n);
+  QUARN_HIDDEN void FreeBuffer();
+  QUARN_HIDDEN void CopyFrom(const CFilterResult& other);
 
   IFilter* filter;
   int32_t filter_num;

@@ -8,11 +8,13 @@
 #ifndef QUARN_FILTER_CIPADDRFLTCONDITION_H_
 #define QUARN_FILTER_CIPADDRFLTCONDITION_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
 #include <vector>
 
-#include "filter/CConfigFilterBase.h"
+#include "quarn_common/filter/CConfigFilterBase.h"
 
 // A set of filters, one bit each.
 struct FILTER_CONDITION_GROUP {
@@ -29,7 +31,7 @@ struct FLT_KEY_MASK {
   uint64_t mask;
 };
 
-class CIPAddrFltCondition {
+class QUARN_EXPORT CIPAddrFltCondition {
  public:
   typedef std::vector<FLT_KEY_MASK<IP_RANGE_PAIR> > RangeTable;
   typedef std::vector<FLT_KEY_MASK<uint64_t> > Uint64Table;

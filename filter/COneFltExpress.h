@@ -9,13 +9,15 @@
 #ifndef QUARN_FILTER_CONEFLTEXPRESS_H_
 #define QUARN_FILTER_CONEFLTEXPRESS_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
-#include "filter/CConfigFilterBase.h"
-#include "filter/CFilterActionContent.h"
-#include "objects/CTimeRange.h"
+#include "quarn_common/filter/CConfigFilterBase.h"
+#include "quarn_common/filter/CFilterActionContent.h"
+#include "quarn_common/objects/CTimeRange.h"
 
-class COneFltExpress {
+class QUARN_EXPORT COneFltExpress {
  public:
   static constexpr int KIND_SRC_ADDR = 0;
   static constexpr int KIND_DST_ADDR = 1;

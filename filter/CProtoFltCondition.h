@@ -6,10 +6,12 @@
 #ifndef QUARN_FILTER_CPROTOFLTCONDITION_H_
 #define QUARN_FILTER_CPROTOFLTCONDITION_H_
 
-#include "filter/CConfigFilterBase.h"
-#include "filter/CIPAddrFltCondition.h"
+#include "quarn_common/base/Export.h"
 
-class CProtoFltCondition {
+#include "quarn_common/filter/CConfigFilterBase.h"
+#include "quarn_common/filter/CIPAddrFltCondition.h"
+
+class QUARN_EXPORT CProtoFltCondition {
  public:
   // Empty tables. Copies (also from a temporary) are deep and leave the
   // source as it was.

@@ -6,11 +6,13 @@
 #ifndef QUARN_FILTER_CPROTOFLTEXPRESS_H_
 #define QUARN_FILTER_CPROTOFLTEXPRESS_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <vector>
 
-#include "filter/COneFltExpress.h"
+#include "quarn_common/filter/COneFltExpress.h"
 
-class CProtoFltExpress {
+class QUARN_EXPORT CProtoFltExpress {
  public:
   CProtoFltExpress() {}
   // Frees the array only; call Destroy() first to release the expressions.

@@ -4,9 +4,11 @@
 #ifndef QUARN_FILTER_CPROTOFLTREADTOOL_H_
 #define QUARN_FILTER_CPROTOFLTREADTOOL_H_
 
-#include "filter/CProtoFltExpress.h"
+#include "quarn_common/base/Export.h"
 
-class CProtoFltReadTool {
+#include "quarn_common/filter/CProtoFltExpress.h"
+
+class QUARN_EXPORT CProtoFltReadTool {
  public:
   CProtoFltReadTool() = default;
   virtual ~CProtoFltReadTool() = default;

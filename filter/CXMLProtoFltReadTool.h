@@ -15,19 +15,21 @@
 #ifndef QUARN_FILTER_CXMLPROTOFLTREADTOOL_H_
 #define QUARN_FILTER_CXMLPROTOFLTREADTOOL_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
 #include <set>
 #include <string>
 #include <vector>
 
-#include "filter/CConfigFilterBase.h"
-#include "filter/CFilterActionContent.h"
-#include "filter/COneFltExpress.h"
-#include "filter/CProtoFltExpress.h"
-#include "filter/CProtoFltReadTool.h"
+#include "quarn_common/filter/CConfigFilterBase.h"
+#include "quarn_common/filter/CFilterActionContent.h"
+#include "quarn_common/filter/COneFltExpress.h"
+#include "quarn_common/filter/CProtoFltExpress.h"
+#include "quarn_common/filter/CProtoFltReadTool.h"
 
-class CXMLProtoFltReadTool : public CProtoFltReadTool {
+class QUARN_EXPORT CXMLProtoFltReadTool : public CProtoFltReadTool {
  public:
   // No document, no target, no identifiers, application type 0.
   CXMLProtoFltReadTool();

@@ -6,11 +6,13 @@
 #ifndef QUARN_FILTER_IEXPRESSFILTER_H_
 #define QUARN_FILTER_IEXPRESSFILTER_H_
 
-#include "filter/CProtoFltCondition.h"
-#include "filter/CProtoFltExpress.h"
-#include "filter/IFilter.h"
+#include "quarn_common/base/Export.h"
 
-class IExpressFilter : public IFilter {
+#include "quarn_common/filter/CProtoFltCondition.h"
+#include "quarn_common/filter/CProtoFltExpress.h"
+#include "quarn_common/filter/IFilter.h"
+
+class QUARN_EXPORT IExpressFilter : public IFilter {
  public:
   IExpressFilter() {}
   ~IExpressFilter() override {}

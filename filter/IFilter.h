@@ -8,11 +8,13 @@
 #ifndef QUARN_FILTER_IFILTER_H_
 #define QUARN_FILTER_IFILTER_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
-#include "filter/CFilterActionContent.h"
+#include "quarn_common/filter/CFilterActionContent.h"
 
-class IFilter {
+class QUARN_EXPORT IFilter {
  public:
   IFilter() {}
   virtual ~IFilter() {}

@@ -21,9 +21,11 @@
 #ifndef QUARN_FILTER_BLURSTRFIND_H_
 #define QUARN_FILTER_BLURSTRFIND_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
-#include "base/CDataArray.h"
+#include "quarn_common/base/CDataArray.h"
 
 namespace quarn_blur {
 struct Tables;
@@ -61,7 +63,7 @@ struct HASHBLURSTRNODE {
   BLURSTRNODE* key;
 };
 
-class blurstrfind {
+class QUARN_EXPORT blurstrfind {
  public:
   enum { BUCKET_COUNT = 65536 };
   // The state array grows by this many keys at a time.
@@ -105,12 +107,13 @@ class blurstrfind {
   // Records one occurrence of piece `piece` of the key whose progress is
   // `states[state]`. Returns 1 when the key is satisfied by it, 0
   // otherwise.
-  int FitClue(int32_t type, int32_t piece_count, int32_t state, uint32_t piece);
+  QUARN_HIDDEN int FitClue(int32_t type, int32_t piece_count, int32_t state,
+                           uint32_t piece);
   // Offers one piece occurrence (by its number in the index) to its key;
   // appends the key's value to `out` when satisfied.
-  int Offer(uint32_t ref, CDataArray& out, bool* progressed);
+  QUARN_HIDDEN int Offer(uint32_t ref, CDataArray& out, bool* progressed);
   // Forgets the progress of every key.
-  void ClearProgress();
+  QUARN_HIDDEN void ClearProgress();
 
   quarn_blur::Tables* tables;  // piece index and key lookup; null when
                                // construction ran out of memory

@@ -6,7 +6,9 @@
 #ifndef QUARN_FRAME_ACE_MEMMAP_LOG_MSG_H_
 #define QUARN_FRAME_ACE_MEMMAP_LOG_MSG_H_
 
-class ACE_Memmap_Log_Msg {
+#include "quarn_common/base/Export.h"
+
+class QUARN_EXPORT ACE_Memmap_Log_Msg {
  public:
   ACE_Memmap_Log_Msg() {}
   virtual ~ACE_Memmap_Log_Msg() {}

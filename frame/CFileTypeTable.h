@@ -5,10 +5,12 @@
 #ifndef QUARN_FRAME_CFILETYPETABLE_H_
 #define QUARN_FRAME_CFILETYPETABLE_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <map>
 #include <string>
 
-class CFileTypeTable {
+class QUARN_EXPORT CFileTypeTable {
  public:
   CFileTypeTable() {}
 

@@ -5,31 +5,33 @@
 #ifndef QUARN_FRAME_GLOBALSWITCHES_H_
 #define QUARN_FRAME_GLOBALSWITCHES_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
 class ACE_Memmap_Log_Msg;
 
 // Audit save level; when 0 a filter result's maximum save level is 0.
 // Default 2.
-extern int32_t g_nAuditSavelevel;
+extern QUARN_EXPORT int32_t g_nAuditSavelevel;
 // Default 1. Not read by the library.
-extern int32_t g_nHttpAuditType;
+extern QUARN_EXPORT int32_t g_nHttpAuditType;
 // Default 0xFFFFFFFF. Not read by the library.
-extern uint32_t g_live_log_level;
+extern QUARN_EXPORT uint32_t g_live_log_level;
 // Default 1. Not read by the library.
-extern int32_t g_save_html_only_have_title;
+extern QUARN_EXPORT int32_t g_save_html_only_have_title;
 // Default false. Not read by the library.
-extern bool g_bDisnableActionStat;
+extern QUARN_EXPORT bool g_bDisnableActionStat;
 // When true, a filter result reports no event filters. Default false.
-extern bool g_bDisnableAllWarninglevel;
+extern QUARN_EXPORT bool g_bDisnableAllWarninglevel;
 // When true, a filter result never asks to interrupt. Default false.
-extern bool g_bDisnableAllInterrupt;
+extern QUARN_EXPORT bool g_bDisnableAllInterrupt;
 // Default false. Not read by the library.
-extern bool g_bAuditWebLogon;
+extern QUARN_EXPORT bool g_bAuditWebLogon;
 // Default null. Not read by the library.
-extern char* g_str_cur_step;
+extern QUARN_EXPORT char* g_str_cur_step;
 // A log sink the host may set; the last quarn_common_fini() deletes it and
 // sets this back to null. Default null.
-extern ACE_Memmap_Log_Msg* g_pACE_Memmap_Log_Msg;
+extern QUARN_EXPORT ACE_Memmap_Log_Msg* g_pACE_Memmap_Log_Msg;
 
 #endif  // QUARN_FRAME_GLOBALSWITCHES_H_

@@ -1,4 +1,5 @@
 #include "frame/quarn_common_frame.h"
+#include "frame/internal/FrameSlots.h"
 
 #include "address/InternetRange.h"
 #include "appid/CAppSubtypeReader.h"

@@ -12,32 +12,15 @@
 #ifndef QUARN_FRAME_QUARN_COMMON_FRAME_H_
 #define QUARN_FRAME_QUARN_COMMON_FRAME_H_
 
-class CFileTypeTable;
-class CKeyTypeTable;
+#include "quarn_common/base/Export.h"
 
 // Starts the library. Both arguments are accepted and not used.
-void quarn_common_init(int, unsigned int);
+QUARN_EXPORT void quarn_common_init(int, unsigned int);
 // Stops the library.
-void quarn_common_fini();
+QUARN_EXPORT void quarn_common_fini();
 
 // The answer of the file-type table for `name`, or 0 when no table is
 // present (the library never creates one).
-int MyGetFileType(const char* name, bool flag);
-
-namespace quarn_frame {
-
-// The init count: calls of quarn_common_init() minus quarn_common_fini().
-int InitCount();
-
-// The owned file-type table slot. A table stored here is cleared and
-// deleted by the last fini.
-CFileTypeTable*& FileTypeTableSlot();
-
-// The three owned keyword match table slots, `index` 0 to 2. A table
-// stored here is cleared and deleted by the last fini.
-CKeyTypeTable*& KeyTypeTableSlot(int index);
-const int kKeyTypeTableSlots = 3;
-
-}  // namespace quarn_frame
+QUARN_EXPORT int MyGetFileType(const char* name, bool flag);
 
 #endif  // QUARN_FRAME_QUARN_COMMON_FRAME_H_

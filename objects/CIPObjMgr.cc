@@ -2,9 +2,9 @@
 
 #include <string.h>
 
-#include "base/BuiltinTexts_internal.h"
-#include "objects/BitIdObjects_internal.h"
+#include "base/internal/BuiltinTexts.h"
 #include "objects/ObjectText_internal.h"
+#include "objects/internal/BitIdObjects.h"
 
 namespace {
 
@@ -280,3 +280,5 @@ int CIPObjMgr::SaveConfig(CTinyXmlEx& doc) {
   for (const Obj& obj : objs_) WriteObj(root, obj);
   return 1;
 }
+
+template class ACE_Singleton<CIPObjMgr, ACE_Null_Mutex>;

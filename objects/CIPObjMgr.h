@@ -15,6 +15,8 @@
 #ifndef QUARN_OBJECTS_CIPOBJMGR_H_
 #define QUARN_OBJECTS_CIPOBJMGR_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
 #include <string>
@@ -23,10 +25,10 @@
 #include <ace/Null_Mutex.h>
 #include <ace/Singleton.h>
 
-#include "base/CBaseXMLConfig.h"
-#include "base/CTinyXmlEx.h"
+#include "quarn_common/base/CBaseXMLConfig.h"
+#include "quarn_common/base/CTinyXmlEx.h"
 
-class CIPObjMgr : public CBaseXMLConfig {
+class QUARN_EXPORT CIPObjMgr : public CBaseXMLConfig {
  public:
   // One IP object.
   struct tagONE_IP_MGR_OBJ {
@@ -147,16 +149,21 @@ class CIPObjMgr : public CBaseXMLConfig {
   }
 
  private:
-  int LoadConfig(CTinyXmlEx& doc) override;
-  int SaveConfig(CTinyXmlEx& doc) override;
+  QUARN_HIDDEN int LoadConfig(CTinyXmlEx& doc) override;
+  QUARN_HIDDEN int SaveConfig(CTinyXmlEx& doc) override;
 
   // The object at `index` when the manager holds it, else null.
-  const tagONE_IP_MGR_OBJ* Builtin(size_t index) const;
+  QUARN_HIDDEN const tagONE_IP_MGR_OBJ* Builtin(size_t index) const;
 
   std::vector<tagONE_IP_MGR_OBJ> objs_;
 };
 
-class CIPObjMgr_Singleton : public ACE_Singleton<CIPObjMgr, ACE_Null_Mutex> {
+// The instantiation that holds the process-wide instance is made once,
+// in the library, and exported: the library and its hosts share it.
+extern template class QUARN_EXPORT ACE_Singleton<CIPObjMgr, ACE_Null_Mutex>;
+
+class QUARN_EXPORT CIPObjMgr_Singleton
+    : public ACE_Singleton<CIPObjMgr, ACE_Null_Mutex> {
  public:
   // The process-wide manager, created with the built-in objects on first
   // call; null when it cannot be created.

@@ -2,7 +2,7 @@
 
 #include <string.h>
 
-#include "objects/BitIdObjects_internal.h"
+#include "objects/internal/BitIdObjects.h"
 
 namespace {
 
@@ -100,3 +100,5 @@ int CKeyTypeObjMgr::SaveConfig(CTinyXmlEx& doc) {
   }
   return 1;
 }
+
+template class ACE_Singleton<CKeyTypeObjMgr, ACE_Null_Mutex>;

@@ -9,6 +9,8 @@
 #ifndef QUARN_OBJECTS_CKEYTYPEOBJMGR_H_
 #define QUARN_OBJECTS_CKEYTYPEOBJMGR_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
 #include <string>
@@ -17,10 +19,10 @@
 #include <ace/Null_Mutex.h>
 #include <ace/Singleton.h>
 
-#include "base/CBaseXMLConfig.h"
-#include "base/CTinyXmlEx.h"
+#include "quarn_common/base/CBaseXMLConfig.h"
+#include "quarn_common/base/CTinyXmlEx.h"
 
-class CKeyTypeObjMgr : public CBaseXMLConfig {
+class QUARN_EXPORT CKeyTypeObjMgr : public CBaseXMLConfig {
  public:
   // One keyword type.
   struct tagONE_KEYTYPE_MGR_OBJ {
@@ -70,11 +72,16 @@ class CKeyTypeObjMgr : public CBaseXMLConfig {
   std::vector<tagONE_KEYTYPE_MGR_OBJ> objs;
 
  private:
-  int LoadConfig(CTinyXmlEx& doc) override;
-  int SaveConfig(CTinyXmlEx& doc) override;
+  QUARN_HIDDEN int LoadConfig(CTinyXmlEx& doc) override;
+  QUARN_HIDDEN int SaveConfig(CTinyXmlEx& doc) override;
 };
 
-class CKeyTypeObjMgr_Singleton
+// The instantiation that holds the process-wide instance is made once,
+// in the library, and exported: the library and its hosts share it.
+extern template class QUARN_EXPORT
+    ACE_Singleton<CKeyTypeObjMgr, ACE_Null_Mutex>;
+
+class QUARN_EXPORT CKeyTypeObjMgr_Singleton
     : public ACE_Singleton<CKeyTypeObjMgr, ACE_Null_Mutex> {
  public:
   // The process-wide manager, created empty on first call; null when it
@@ -85,7 +92,7 @@ class CKeyTypeObjMgr_Singleton
 };
 
 // The file-type view of the keyword types: the same process-wide manager.
-class CFileTypeObjMgr_Singleton : public CKeyTypeObjMgr_Singleton {
+class QUARN_EXPORT CFileTypeObjMgr_Singleton : public CKeyTypeObjMgr_Singleton {
  public:
   static CKeyTypeObjMgr* instance() {
     return CKeyTypeObjMgr_Singleton::instance();

@@ -7,7 +7,7 @@
 #include <new>
 
 #include "base/CTinyXmlEx.h"
-#include "base/NoThrow_internal.h"
+#include "base/internal/NoThrow.h"
 #include "base/OrvaFile.h"
 #include "base/OrvaPath.h"
 #include "base/OrvaString.h"

@@ -20,6 +20,8 @@
 #ifndef QUARN_OBJECTS_CKEYTYPETABLE_H_
 #define QUARN_OBJECTS_CKEYTYPETABLE_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
 #include <memory>
@@ -30,7 +32,7 @@ namespace quarn_match {
 class PieceIndex;
 }  // namespace quarn_match
 
-class CKeyTypeTable {
+class QUARN_EXPORT CKeyTypeTable {
  public:
   // An empty, disabled table: every query answers 0 until Create() or a
   // load with at least one key has built it.
@@ -108,18 +110,20 @@ class CKeyTypeTable {
     uint8_t piece;     // position in the keyword
     uint8_t simple;    // any hit completes the keyword
   };
-  int LoadXml(const char* path, bool add, uint64_t* single_count,
-              uint64_t* multi_count);
-  int LoadIni(const char* path, bool add, uint64_t* single_count,
-              uint64_t* multi_count);
+  QUARN_HIDDEN int LoadXml(const char* path, bool add, uint64_t* single_count,
+                           uint64_t* multi_count);
+  QUARN_HIDDEN int LoadIni(const char* path, bool add, uint64_t* single_count,
+                           uint64_t* multi_count);
   // Sets up a piece table of `capacity` pieces; false when the capacity or
   // the bucket count is beyond the table's limits or memory runs out.
-  bool MakeTable(uint64_t capacity, uint64_t buckets, uint64_t* table_cap);
+  QUARN_HIDDEN bool MakeTable(uint64_t capacity, uint64_t buckets,
+                              uint64_t* table_cap);
   // Shared second half of both loads: builds tables for the counted pieces.
-  void Rebuild(uint64_t single_count, uint64_t multi_count);
+  QUARN_HIDDEN void Rebuild(uint64_t single_count, uint64_t multi_count);
   // Counts the pieces of `key` by table, as AddBinaryKey would store them.
-  static void CountPieces(const void* key, uint64_t length,
-                          uint64_t* single_count, uint64_t* multi_count);
+  QUARN_HIDDEN static void CountPieces(const void* key, uint64_t length,
+                                       uint64_t* single_count,
+                                       uint64_t* multi_count);
 
   // Applies one piece hit. Hits at one text position arrive newest piece
   // first, so piece k of an ordered keyword never counts on piece k - 1
@@ -135,11 +139,11 @@ class CKeyTypeTable {
   void Hit(uint32_t keyword, uint32_t piece);
   // Applies the hits of the pieces at the start of `data`: one-byte pieces
   // for data of one byte, longer pieces otherwise.
-  void LookupHead(const void* data, uint64_t length, bool exact);
-  bool Usable(const void* data, uint64_t length) const;
+  QUARN_HIDDEN void LookupHead(const void* data, uint64_t length, bool exact);
+  QUARN_HIDDEN bool Usable(const void* data, uint64_t length) const;
   // Clears the marks of every keyword touched by the query, and returns
   // and resets the query's result.
-  uint64_t Finish();
+  QUARN_HIDDEN uint64_t Finish();
 
   uint32_t enabled_;
   uint32_t version_;

@@ -3,9 +3,9 @@
 #include <string.h>
 #include <time.h>
 
-#include "base/BuiltinTexts_internal.h"
-#include "objects/BitIdObjects_internal.h"
+#include "base/internal/BuiltinTexts.h"
 #include "objects/ObjectText_internal.h"
+#include "objects/internal/BitIdObjects.h"
 
 namespace {
 
@@ -303,3 +303,5 @@ int CTimeObjMgrConfig::SaveConfig(CTinyXmlEx& doc) {
   }
   return 1;
 }
+
+template class ACE_Singleton<CTimeObjMgrConfig, ACE_Null_Mutex>;

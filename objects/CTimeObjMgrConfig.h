@@ -16,6 +16,8 @@
 #ifndef QUARN_OBJECTS_CTIMEOBJMGRCONFIG_H_
 #define QUARN_OBJECTS_CTIMEOBJMGRCONFIG_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
 #include <string>
@@ -24,11 +26,11 @@
 #include <ace/Null_Mutex.h>
 #include <ace/Singleton.h>
 
-#include "base/CBaseXMLConfig.h"
-#include "base/CTinyXmlEx.h"
-#include "base/OrvaTime.h"
+#include "quarn_common/base/CBaseXMLConfig.h"
+#include "quarn_common/base/CTinyXmlEx.h"
+#include "quarn_common/base/OrvaTime.h"
 
-class CTimeObjMgrConfig : public CBaseXMLConfig {
+class QUARN_EXPORT CTimeObjMgrConfig : public CBaseXMLConfig {
  public:
   static constexpr uint64_t ms_null_time_id = 0;
   static constexpr uint64_t ms_all_time_id = 0xFFFFFFFFFFFFFFFFull;
@@ -125,11 +127,16 @@ class CTimeObjMgrConfig : public CBaseXMLConfig {
   std::vector<Orva_Date_Seg> working_dates[7];
 
  private:
-  int LoadConfig(CTinyXmlEx& doc) override;
-  int SaveConfig(CTinyXmlEx& doc) override;
+  QUARN_HIDDEN int LoadConfig(CTinyXmlEx& doc) override;
+  QUARN_HIDDEN int SaveConfig(CTinyXmlEx& doc) override;
 };
 
-class CTimeObjMgrConfig_Singleton
+// The instantiation that holds the process-wide instance is made once,
+// in the library, and exported: the library and its hosts share it.
+extern template class QUARN_EXPORT
+    ACE_Singleton<CTimeObjMgrConfig, ACE_Null_Mutex>;
+
+class QUARN_EXPORT CTimeObjMgrConfig_Singleton
     : public ACE_Singleton<CTimeObjMgrConfig, ACE_Null_Mutex> {
  public:
   // The process-wide manager, created empty on first call; null when it

@@ -5,9 +5,11 @@
 #ifndef QUARN_OBJECTS_CTIMERANGE_H_
 #define QUARN_OBJECTS_CTIMERANGE_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
-class CTimeRange {
+class QUARN_EXPORT CTimeRange {
  public:
   CTimeRange() : value(0), positive(true) {}
 

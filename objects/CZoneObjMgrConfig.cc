@@ -150,3 +150,5 @@ int CZoneObjMgrConfig::SaveConfig(CTinyXmlEx& doc) {
   }
   return 1;
 }
+
+template class ACE_Singleton<CZoneObjMgrConfig, ACE_Null_Mutex>;

@@ -13,6 +13,8 @@
 #ifndef QUARN_OBJECTS_CZONEOBJMGRCONFIG_H_
 #define QUARN_OBJECTS_CZONEOBJMGRCONFIG_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
 #include <string>
@@ -21,10 +23,10 @@
 #include <ace/Null_Mutex.h>
 #include <ace/Singleton.h>
 
-#include "base/CBaseXMLConfig.h"
-#include "base/CTinyXmlEx.h"
+#include "quarn_common/base/CBaseXMLConfig.h"
+#include "quarn_common/base/CTinyXmlEx.h"
 
-class CZoneObjMgrConfig : public CBaseXMLConfig {
+class QUARN_EXPORT CZoneObjMgrConfig : public CBaseXMLConfig {
  public:
   static constexpr uint64_t ms_all_sel_grp = 0xFFFFFFFFFFFFFFFFull;
   static constexpr uint64_t ms_null_sel_grp = 0;
@@ -96,11 +98,16 @@ class CZoneObjMgrConfig : public CBaseXMLConfig {
   std::vector<tagONE_ZONE_OBJ> objs;
 
  private:
-  int LoadConfig(CTinyXmlEx& doc) override;
-  int SaveConfig(CTinyXmlEx& doc) override;
+  QUARN_HIDDEN int LoadConfig(CTinyXmlEx& doc) override;
+  QUARN_HIDDEN int SaveConfig(CTinyXmlEx& doc) override;
 };
 
-class CZoneObjMgrConfig_Singleton
+// The instantiation that holds the process-wide instance is made once,
+// in the library, and exported: the library and its hosts share it.
+extern template class QUARN_EXPORT
+    ACE_Singleton<CZoneObjMgrConfig, ACE_Null_Mutex>;
+
+class QUARN_EXPORT CZoneObjMgrConfig_Singleton
     : public ACE_Singleton<CZoneObjMgrConfig, ACE_Null_Mutex> {
  public:
   // The process-wide manager, created empty on first call; null when it

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Writes include/quarn_common.h, the one header a host includes, from the
-# public headers of every subsystem (every .h except *_internal.h).
+# public headers of every subsystem (every .h directly in the subsystem folder; internal/ is left out).
 #   scripts/gen_umbrella.sh          rewrite the header
 #   scripts/gen_umbrella.sh --check  exit 1 when it is out of date
 set -euo pipefail
@@ -18,7 +18,7 @@ tmp=$(mktemp)
     headers=$(cd "$root" && ls "$sub"/*.h 2>/dev/null | grep -v '_internal\.h$' | sort || true)
     [ -n "$headers" ] || continue
     echo
-    for h in $headers; do echo "#include \"$h\""; done
+    for h in $headers; do echo "#include \"quarn_common/$h\""; done
   done
   echo
   echo "#endif  // QUARN_COMMON_H_"

@@ -1,6 +1,6 @@
 #include "settings/CCtrlStatusMgr.h"
 
-#include "base/NoThrow_internal.h"
+#include "base/internal/NoThrow.h"
 
 namespace {
 

@@ -13,13 +13,15 @@
 #ifndef QUARN_SETTINGS_CCTRLSTATUSMGR_H_
 #define QUARN_SETTINGS_CCTRLSTATUSMGR_H_
 
-#include "base/CAddrAndPortSetVector.h"
-#include "base/CBaseXMLConfig.h"
-#include "base/CCommonMacTCPIPDecode.h"
-#include "base/CTinyXmlEx.h"
-#include "base/CVtIPAndMac.h"
+#include "quarn_common/base/Export.h"
 
-class CCtrlStatusMgr : public CBaseXMLConfig {
+#include "quarn_common/base/CAddrAndPortSetVector.h"
+#include "quarn_common/base/CBaseXMLConfig.h"
+#include "quarn_common/base/CCommonMacTCPIPDecode.h"
+#include "quarn_common/base/CTinyXmlEx.h"
+#include "quarn_common/base/CVtIPAndMac.h"
+
+class QUARN_EXPORT CCtrlStatusMgr : public CBaseXMLConfig {
  public:
   // Values of data_to_audit_type.
   enum {
@@ -89,10 +91,10 @@ class CCtrlStatusMgr : public CBaseXMLConfig {
 
  private:
   // Reads every key the document holds over the current values. Returns 1.
-  int LoadConfig(CTinyXmlEx& doc) override;
+  QUARN_HIDDEN int LoadConfig(CTinyXmlEx& doc) override;
   // Writes every key into the "ctrl_status" root and saves the document to
   // its own path. Returns 1.
-  int SaveConfig(CTinyXmlEx& doc) override;
+  QUARN_HIDDEN int SaveConfig(CTinyXmlEx& doc) override;
 };
 
 #endif  // QUARN_SETTINGS_CCTRLSTATUSMGR_H_

@@ -16,14 +16,16 @@
 #ifndef QUARN_SETTINGS_TCPDATAPOOL_H_
 #define QUARN_SETTINGS_TCPDATAPOOL_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stddef.h>
 #include <stdint.h>
 
-#include "base/CDataArray.h"
+#include "quarn_common/base/CDataArray.h"
 
 class COctets;
 
-class tcpdatapool {
+class QUARN_EXPORT tcpdatapool {
  public:
   // One stored segment: a single block of sizeof(MEMPOOL) + len + 1 bytes
   // from Orva::MyMemAlloc, the payload starting at `data` and followed by a
@@ -109,8 +111,8 @@ class tcpdatapool {
   static int Icmp(const MEMPOOL* const* a, const MEMPOOL* const* b);
 
  private:
-  void SortBySequence();
-  void TakeFrom(tcpdatapool& other);
+  QUARN_HIDDEN void SortBySequence();
+  QUARN_HIDDEN void TakeFrom(tcpdatapool& other);
 
   uint64_t total_len_;
   CDataArray segments_;  // MEMPOOL pointers, owned

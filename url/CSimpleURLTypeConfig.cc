@@ -1,6 +1,6 @@
 #include "url/CSimpleURLTypeConfig.h"
 
-#include "url/URLText_internal.h"
+#include "url/internal/URLText.h"
 
 CSimpleURLTypeConfig::CSimpleURLTypeConfig() {}
 

@@ -12,12 +12,14 @@
 #ifndef QUARN_URL_CSIMPLEURLTYPECONFIG_H_
 #define QUARN_URL_CSIMPLEURLTYPECONFIG_H_
 
-#include "appid/CAppSubtypeReader.h"
-#include "base/CBaseXMLConfig.h"
-#include "base/CTinyXmlEx.h"
-#include "url/CURLTypeConfig.h"
+#include "quarn_common/base/Export.h"
 
-class CSimpleURLTypeConfig : public CBaseXMLConfig {
+#include "quarn_common/appid/CAppSubtypeReader.h"
+#include "quarn_common/base/CBaseXMLConfig.h"
+#include "quarn_common/base/CTinyXmlEx.h"
+#include "quarn_common/url/CURLTypeConfig.h"
+
+class QUARN_EXPORT CSimpleURLTypeConfig : public CBaseXMLConfig {
  public:
   CSimpleURLTypeConfig();
   CSimpleURLTypeConfig(const CSimpleURLTypeConfig& other);
@@ -51,14 +53,15 @@ class CSimpleURLTypeConfig : public CBaseXMLConfig {
                           const __ST_DB_VERSION_TMP__& version);
 
  private:
-  int LoadConfig(CTinyXmlEx& doc) override;
-  int SaveConfig(CTinyXmlEx& doc) override;
+  QUARN_HIDDEN int LoadConfig(CTinyXmlEx& doc) override;
+  QUARN_HIDDEN int SaveConfig(CTinyXmlEx& doc) override;
 
-  int ReadOneURLType(CTinyXmlEx& doc, TiXmlNode* node,
-                     CURLTypeConfig::tagOne_URL_Type_List& list);
-  int WriteOneDB(CTinyXmlEx& doc, TiXmlNode* root);
-  int WriteOneURLType(CTinyXmlEx& doc, TiXmlNode* parent,
-                      const CURLTypeConfig::tagOne_URL_Type_List& list);
+  QUARN_HIDDEN int ReadOneURLType(CTinyXmlEx& doc, TiXmlNode* node,
+                                  CURLTypeConfig::tagOne_URL_Type_List& list);
+  QUARN_HIDDEN int WriteOneDB(CTinyXmlEx& doc, TiXmlNode* root);
+  QUARN_HIDDEN int WriteOneURLType(
+      CTinyXmlEx& doc, TiXmlNode* parent,
+      const CURLTypeConfig::tagOne_URL_Type_List& list);
 
   __ST_DB_VERSION_TMP__ m_version;
   CURLTypeConfig::tagOne_URL_DB m_url_db;

@@ -2,7 +2,7 @@
 
 #include <string.h>
 
-#include "url/URLText_internal.h"
+#include "url/internal/URLText.h"
 
 const uint64_t CURLTypeConfig::EXCEPT_URL_TYPE = 0x0000000000000001ULL;
 const uint64_t CURLTypeConfig::URL_TYPE_RESERVE3 = 0x1000000000000000ULL;

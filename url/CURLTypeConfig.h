@@ -26,16 +26,18 @@
 #ifndef QUARN_URL_CURLTYPECONFIG_H_
 #define QUARN_URL_CURLTYPECONFIG_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
 #include <string>
 #include <vector>
 
-#include "base/CBaseXMLConfig.h"
-#include "base/CTinyXmlEx.h"
-#include "url/URLTypes.h"
+#include "quarn_common/base/CBaseXMLConfig.h"
+#include "quarn_common/base/CTinyXmlEx.h"
+#include "quarn_common/url/URLTypes.h"
 
-class CURLTypeConfig : public CBaseXMLConfig {
+class QUARN_EXPORT CURLTypeConfig : public CBaseXMLConfig {
  public:
   // `lotype` of the excepted-URL list.
   static const uint64_t EXCEPT_URL_TYPE;
@@ -131,19 +133,19 @@ class CURLTypeConfig : public CBaseXMLConfig {
       const std::vector<tagOne_URL_Item>& items);
 
  private:
-  int LoadConfig(CTinyXmlEx& doc) override;
-  int SaveConfig(CTinyXmlEx& doc) override;
+  QUARN_HIDDEN int LoadConfig(CTinyXmlEx& doc) override;
+  QUARN_HIDDEN int SaveConfig(CTinyXmlEx& doc) override;
 
-  int ReadOneURLType(CTinyXmlEx& doc, TiXmlNode* node,
-                     tagOne_URL_Type_List& list);
-  int WriteOneURLType(CTinyXmlEx& doc, TiXmlNode* parent,
-                      const tagOne_URL_Type_List& list);
-  int WriteOneDB(CTinyXmlEx& doc, TiXmlNode* root);
-  int ReadExceptURL(CTinyXmlEx& doc, TiXmlNode* root);
-  int WriteExceptURL(CTinyXmlEx& doc, TiXmlNode* root);
+  QUARN_HIDDEN int ReadOneURLType(CTinyXmlEx& doc, TiXmlNode* node,
+                                  tagOne_URL_Type_List& list);
+  QUARN_HIDDEN int WriteOneURLType(CTinyXmlEx& doc, TiXmlNode* parent,
+                                   const tagOne_URL_Type_List& list);
+  QUARN_HIDDEN int WriteOneDB(CTinyXmlEx& doc, TiXmlNode* root);
+  QUARN_HIDDEN int ReadExceptURL(CTinyXmlEx& doc, TiXmlNode* root);
+  QUARN_HIDDEN int WriteExceptURL(CTinyXmlEx& doc, TiXmlNode* root);
   // True when `list` shares a bit with a category already loaded.
-  bool OverlapsLoaded(const tagOne_URL_Type_List& list) const;
-  void ResetExceptCategory();
+  QUARN_HIDDEN bool OverlapsLoaded(const tagOne_URL_Type_List& list) const;
+  QUARN_HIDDEN void ResetExceptCategory();
 
   tagOne_URL_DB m_url_db;
   tagOne_URL_Type_List m_except;

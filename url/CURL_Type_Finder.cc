@@ -1,7 +1,7 @@
 #include "url/CURL_Type_Finder.h"
 
-#include "url/URLText_internal.h"
 #include "url/URLTypes.h"
+#include "url/internal/URLText.h"
 
 template <class TYPE, class GROUP>
 CURL_Type_Finder<TYPE, GROUP>::CURL_Type_Finder() : keep_names_(0) {}

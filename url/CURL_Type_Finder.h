@@ -26,7 +26,7 @@
 #include <utility>
 #include <vector>
 
-#include "url/CBlurKeyMatcher.h"
+#include "quarn_common/url/CBlurKeyMatcher.h"
 
 template <class TYPE, class GROUP>
 class CURL_Type_Finder {

@@ -6,9 +6,9 @@
 #include <new>
 
 #include "base/CBaseXMLConfig.h"
-#include "base/NoThrow_internal.h"
 #include "base/OrvaMem.h"
-#include "url/URLText_internal.h"
+#include "base/internal/NoThrow.h"
+#include "url/internal/URLText.h"
 
 namespace {
 

@@ -16,19 +16,21 @@
 #ifndef QUARN_URL_CURL_TYPE_FINDER_EX_H_
 #define QUARN_URL_CURL_TYPE_FINDER_EX_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "base/CTinyXmlEx.h"
-#include "url/CSimpleURLTypeConfig.h"
-#include "url/CURLTypeConfig.h"
-#include "url/CURL_Type_Finder.h"
-#include "url/URLTypes.h"
+#include "quarn_common/base/CTinyXmlEx.h"
+#include "quarn_common/url/CSimpleURLTypeConfig.h"
+#include "quarn_common/url/CURLTypeConfig.h"
+#include "quarn_common/url/CURL_Type_Finder.h"
+#include "quarn_common/url/URLTypes.h"
 
-class CURL_Type_Finder_Ex {
+class QUARN_EXPORT CURL_Type_Finder_Ex {
  public:
   typedef CURL_Type_Finder<URL_TYPE, URL_GROUP_TYPE> Finder;
 
@@ -92,16 +94,17 @@ class CURL_Type_Finder_Ex {
   const CSimpleURLTypeConfig& user_names() const { return m_user_names; }
 
  private:
-  void LoadBoth(const char* sys_path, const char* user_path, int user_load);
-  void LoadSysURLDB_XmlFile(const char* path);
-  void LoadSysURLDB_DataFile(const char* path);
-  void LoadSysURLDBFromMem(const char* text, int length);
-  void LoadSysURLDB(CTinyXmlEx& doc);
-  void LoadUserURLDB(const char* path, int user_load);
+  QUARN_HIDDEN void LoadBoth(const char* sys_path, const char* user_path,
+                             int user_load);
+  QUARN_HIDDEN void LoadSysURLDB_XmlFile(const char* path);
+  QUARN_HIDDEN void LoadSysURLDB_DataFile(const char* path);
+  QUARN_HIDDEN void LoadSysURLDBFromMem(const char* text, int length);
+  QUARN_HIDDEN void LoadSysURLDB(CTinyXmlEx& doc);
+  QUARN_HIDDEN void LoadUserURLDB(const char* path, int user_load);
   // Reads every "url_type" of the document's "url_db" into `finder`.
-  static void ReadURLDB(Finder* finder, CTinyXmlEx& doc);
-  static int ReadOneURLType(Finder* finder, CTinyXmlEx& doc,
-                            TiXmlNode* element);
+  QUARN_HIDDEN static void ReadURLDB(Finder* finder, CTinyXmlEx& doc);
+  QUARN_HIDDEN static int ReadOneURLType(Finder* finder, CTinyXmlEx& doc,
+                                         TiXmlNode* element);
 
   std::unique_ptr<Finder> m_sys_finder;
   std::unique_ptr<Finder> m_user_finder;

@@ -42,3 +42,5 @@ int CWhiteURLConfig::SaveConfig(CTinyXmlEx& doc) {
   CURLTypeConfig::WriteURLNameAndMathType_S(doc, list, m_items);
   return 1;
 }
+
+template class ACE_Singleton<CWhiteURLConfig, ACE_Null_Mutex>;

@@ -11,6 +11,8 @@
 #ifndef QUARN_URL_CWHITEURLCONFIG_H_
 #define QUARN_URL_CWHITEURLCONFIG_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
 #include <vector>
@@ -18,10 +20,10 @@
 #include <ace/Null_Mutex.h>
 #include <ace/Singleton.h>
 
-#include "base/CBaseXMLConfig.h"
-#include "url/CURLTypeConfig.h"
+#include "quarn_common/base/CBaseXMLConfig.h"
+#include "quarn_common/url/CURLTypeConfig.h"
 
-class CWhiteURLConfig : public CBaseXMLConfig {
+class QUARN_EXPORT CWhiteURLConfig : public CBaseXMLConfig {
  public:
   typedef std::vector<CURLTypeConfig::tagOne_URL_Item> ItemList;
 
@@ -46,15 +48,20 @@ class CWhiteURLConfig : public CBaseXMLConfig {
   const ItemList& items() const { return m_items; }
 
  private:
-  int LoadConfig(CTinyXmlEx& doc) override;
-  int SaveConfig(CTinyXmlEx& doc) override;
+  QUARN_HIDDEN int LoadConfig(CTinyXmlEx& doc) override;
+  QUARN_HIDDEN int SaveConfig(CTinyXmlEx& doc) override;
 
   ItemList m_items;
 };
 
+// The instantiation that holds the process-wide instance is made once,
+// in the library, and exported: the library and its hosts share it.
+extern template class QUARN_EXPORT
+    ACE_Singleton<CWhiteURLConfig, ACE_Null_Mutex>;
+
 // The process-wide white URL list, created empty on first access; the host
 // process that owns the file loads it.
-class CWhiteURLConfig_Singleton
+class QUARN_EXPORT CWhiteURLConfig_Singleton
     : public ACE_Singleton<CWhiteURLConfig, ACE_Null_Mutex> {
  public:
   static CWhiteURLConfig* instance() {

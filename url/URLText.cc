@@ -2,7 +2,7 @@
 
 #include "base/CStr.h"
 #include "base/OrvaString.h"
-#include "url/URLText_internal.h"
+#include "url/internal/URLText.h"
 
 namespace quarn_url {
 

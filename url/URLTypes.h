@@ -10,9 +10,11 @@
 #ifndef QUARN_URL_URLTYPES_H_
 #define QUARN_URL_URLTYPES_H_
 
+#include "quarn_common/base/Export.h"
+
 #include <stdint.h>
 
-struct URL_TYPE {
+struct QUARN_EXPORT URL_TYPE {
   uint64_t hitype;
   uint64_t lotype;
 
@@ -32,7 +34,7 @@ struct URL_TYPE {
   }
 };
 
-struct URL_GROUP_TYPE {
+struct QUARN_EXPORT URL_GROUP_TYPE {
   uint64_t hitype;
   uint64_t lotype;
 

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "address/InternetRange.h"
-#include "address/InternetRange_internal.h"
+#include "address/internal/InternetRange.h"
 #include "base/OrvaAddr.h"
 #include "gtest/gtest.h"
 #include "tools/IptWriter.h"

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "base/CTinyXmlEx.h"
-#include "base/XmlNesting_internal.h"
+#include "base/internal/XmlNesting.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // The shared slot-hash pool: slots taken and freed by all indexes at once,
 // chains per bucket, insertion order, free-list reuse.
 
-#include "employee/CSlotHashPool.h"
+#include "employee/internal/CSlotHashPool.h"
 
 #include <gtest/gtest.h>
 

@@ -1,10 +1,11 @@
 #include <gtest/gtest.h>
 
-#include "address/InternetRange_internal.h"
+#include "address/internal/InternetRange.h"
 #include "appid/CAppSubtypeReader.h"
 #include "frame/ACE_Memmap_Log_Msg.h"
 #include "frame/CFileTypeTable.h"
 #include "frame/GlobalSwitches.h"
+#include "frame/internal/FrameSlots.h"
 #include "frame/quarn_common_frame.h"
 #include "objects/CKeyTypeTable.h"
 

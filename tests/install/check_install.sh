@@ -16,15 +16,48 @@ libdir=$(ls -d "$prefix"/lib*/pkgconfig | head -n 1 | xargs dirname)
 export PKG_CONFIG_PATH="$libdir/pkgconfig"
 "$cxx" -std=c++17 "${extra[@]}" -o "$work/consumer_pc" "$src/consumer.cc" \
   $(pkg-config --cflags --libs quarn_common)
-# The installed tree is the module directory: no environment variable.
-env -u QUARN_MODULE_DIR "$work/consumer_pc"
+# The .pc file names no run path: the loader is told where the library is,
+# as it would be by ldconfig for a system install. The library finds its
+# reference data in the installed data directory: no environment variable.
+LD_LIBRARY_PATH="$libdir" env -u QUARN_MODULE_DIR "$work/consumer_pc"
+
+# Only $includedir itself goes on the include path: no subsystem folder.
+flags=$(pkg-config --cflags quarn_common)
+set -- $flags
+if [ $# -ne 1 ] || [ "$(realpath "${1#-I}")" != "$(realpath "$prefix/include")" ]; then
+  echo "pkg-config --cflags gives '$flags', not only -I$prefix/include" >&2
+  exit 1
+fi
+if pkg-config --libs quarn_common | grep -q rpath; then
+  echo "pkg-config --libs carries a run path" >&2
+  exit 1
+fi
 
 cmake -S "$src" -B "$work/cmake_build" -G Ninja \
   -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$cxx" \
   -DCMAKE_CXX_FLAGS="${extra[*]:-}" >/dev/null
 cmake --build "$work/cmake_build" >/dev/null
 env -u QUARN_MODULE_DIR "$work/cmake_build/consumer"
+env -u QUARN_MODULE_DIR "$work/cmake_build/one_header"
+
+# Reference data in $datadir/quarn_common, examples under the docs, and
+# nothing but the library and the package files in $libdir.
+for f in pat/proto_tree.xml ipt1.dat ipt2.dat url/sys_url.dat; do
+  test -f "$prefix/share/quarn_common/$f"
+done
+ls "$prefix"/share/doc/*/examples/gateway/ip_obj_mgr.xml >/dev/null
+unexpected=$(cd "$libdir" && find . -mindepth 1 \( -path ./pkgconfig \
+  -o -path ./cmake \) -prune -o -print | grep -v '^\./libquarn_common\.so' || true)
+if [ -n "$unexpected" ]; then
+  echo "unexpected files in $libdir: $unexpected" >&2
+  exit 1
+fi
+# No implementation header is installed.
+if find "$prefix/include" -name '*_internal.h' | grep -q .; then
+  echo "implementation headers installed" >&2
+  exit 1
+fi
 
 test -L "$libdir/libquarn_common.so"
 ls "$libdir" | grep -q 'libquarn_common.so.0'
-echo "install consumer: 2 passed, 0 failed"
+echo "install consumer: 3 passed, 0 failed"

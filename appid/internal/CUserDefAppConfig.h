@@ -2,8 +2,8 @@
 // names, the range lists below each entry, range tests, and the server
 // address-and-port condition.
 
-#ifndef QUARN_APPID_CUSERDEFAPPCONFIG_INTERNAL_H_
-#define QUARN_APPID_CUSERDEFAPPCONFIG_INTERNAL_H_
+#ifndef QUARN_APPID_INTERNAL_CUSERDEFAPPCONFIG_H_
+#define QUARN_APPID_INTERNAL_CUSERDEFAPPCONFIG_H_
 
 #include <string>
 #include <vector>
@@ -47,4 +47,4 @@ std::string BaseNameWithoutExtension(const char* path);
 
 }  // namespace quarn_userdef
 
-#endif  // QUARN_APPID_CUSERDEFAPPCONFIG_INTERNAL_H_
+#endif  // QUARN_APPID_INTERNAL_CUSERDEFAPPCONFIG_H_

@@ -2,8 +2,8 @@
 // handing out a free id and telling two lists apart. `Obj` is any record
 // with a uint64_t `id`. Not for hosts.
 
-#ifndef QUARN_OBJECTS_BITIDOBJECTS_INTERNAL_H_
-#define QUARN_OBJECTS_BITIDOBJECTS_INTERNAL_H_
+#ifndef QUARN_OBJECTS_INTERNAL_BITIDOBJECTS_H_
+#define QUARN_OBJECTS_INTERNAL_BITIDOBJECTS_H_
 
 #include <stdint.h>
 
@@ -54,4 +54,4 @@ int DiffByBitId(const std::vector<Obj>& here, const std::vector<Obj>& there,
 
 }  // namespace quarn_objects
 
-#endif  // QUARN_OBJECTS_BITIDOBJECTS_INTERNAL_H_
+#endif  // QUARN_OBJECTS_INTERNAL_BITIDOBJECTS_H_

@@ -1,9 +1,9 @@
 // Built-in display names of the company address plan.
 
-#ifndef QUARN_ADDRESS_ORGNAMES_INTERNAL_H_
-#define QUARN_ADDRESS_ORGNAMES_INTERNAL_H_
+#ifndef QUARN_ADDRESS_INTERNAL_ORGNAMES_H_
+#define QUARN_ADDRESS_INTERNAL_ORGNAMES_H_
 
-#include "base/BuiltinTexts_internal.h"
+#include "base/internal/BuiltinTexts.h"
 
 namespace quarn_org {
 
@@ -17,4 +17,4 @@ using quarn_texts::kUnknownDepName;
 
 }  // namespace quarn_org
 
-#endif  // QUARN_ADDRESS_ORGNAMES_INTERNAL_H_
+#endif  // QUARN_ADDRESS_INTERNAL_ORGNAMES_H_

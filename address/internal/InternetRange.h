@@ -2,8 +2,8 @@
 // table of their own. Whoever sets a slot hands the table over: it is
 // destroyed by the matching unload.
 
-#ifndef QUARN_ADDRESS_INTERNETRANGE_INTERNAL_H_
-#define QUARN_ADDRESS_INTERNETRANGE_INTERNAL_H_
+#ifndef QUARN_ADDRESS_INTERNAL_INTERNETRANGE_H_
+#define QUARN_ADDRESS_INTERNAL_INTERNETRANGE_H_
 
 #include "address/CInternetIPRangeTable.h"
 
@@ -15,4 +15,4 @@ CInternetIPRangeTable*& CombinedSlot();
 
 }  // namespace quarn_internet_range
 
-#endif  // QUARN_ADDRESS_INTERNETRANGE_INTERNAL_H_
+#endif  // QUARN_ADDRESS_INTERNAL_INTERNETRANGE_H_

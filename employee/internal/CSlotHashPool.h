@@ -1,5 +1,9 @@
 // A fixed-capacity record array with hash indexes over its slots.
 //
+// An implementation detail, not for hosts. It is installed only because
+// the employee stores hold a pool by value, so their public headers need
+// its layout.
+//
 // The three employee stores keep their records here. Create() allocates
 // `capacity` records once; nothing is allocated afterwards. A record lives
 // in one slot, and every index of the pool holds a node for that slot, so
@@ -27,8 +31,8 @@
 //
 // Not thread-safe: the stores guard their pools with their own mutexes.
 
-#ifndef QUARN_EMPLOYEE_CSLOTHASHPOOL_H_
-#define QUARN_EMPLOYEE_CSLOTHASHPOOL_H_
+#ifndef QUARN_EMPLOYEE_INTERNAL_CSLOTHASHPOOL_H_
+#define QUARN_EMPLOYEE_INTERNAL_CSLOTHASHPOOL_H_
 
 #include <stddef.h>
 #include <stdint.h>
@@ -422,4 +426,4 @@ void CSlotHashPool<Record>::CacheFirstTwo(Index& index, uint32_t b) {
   SetLongChain(index, b, long_chain);
 }
 
-#endif  // QUARN_EMPLOYEE_CSLOTHASHPOOL_H_
+#endif  // QUARN_EMPLOYEE_INTERNAL_CSLOTHASHPOOL_H_

@@ -4,8 +4,8 @@
 // builds runs its body through Guarded() and turns any exception into the
 // entry point's own failure value.
 
-#ifndef QUARN_BASE_NOTHROW_INTERNAL_H_
-#define QUARN_BASE_NOTHROW_INTERNAL_H_
+#ifndef QUARN_BASE_INTERNAL_NOTHROW_H_
+#define QUARN_BASE_INTERNAL_NOTHROW_H_
 
 #include <utility>
 
@@ -23,4 +23,4 @@ R Guarded(R on_failure, F&& body) noexcept {
 
 }  // namespace quarn_guard
 
-#endif  // QUARN_BASE_NOTHROW_INTERNAL_H_
+#endif  // QUARN_BASE_INTERNAL_NOTHROW_H_

@@ -5,8 +5,8 @@
 // thousand levels deep overflows the stack. Documents are measured with
 // this scan before TinyXML sees them.
 
-#ifndef QUARN_BASE_XMLNESTING_INTERNAL_H_
-#define QUARN_BASE_XMLNESTING_INTERNAL_H_
+#ifndef QUARN_BASE_INTERNAL_XMLNESTING_H_
+#define QUARN_BASE_INTERNAL_XMLNESTING_H_
 
 #include <stddef.h>
 
@@ -24,4 +24,4 @@ bool NestingWithin(const char* text, size_t length, int limit);
 
 }  // namespace quarn_xml
 
-#endif  // QUARN_BASE_XMLNESTING_INTERNAL_H_
+#endif  // QUARN_BASE_INTERNAL_XMLNESTING_H_

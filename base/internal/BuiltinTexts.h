@@ -3,8 +3,8 @@
 // beside it. Components refer to these by name, never by spelling the bytes
 // again.
 
-#ifndef QUARN_BASE_BUILTINTEXTS_INTERNAL_H_
-#define QUARN_BASE_BUILTINTEXTS_INTERNAL_H_
+#ifndef QUARN_BASE_INTERNAL_BUILTINTEXTS_H_
+#define QUARN_BASE_INTERNAL_BUILTINTEXTS_H_
 
 namespace quarn_texts {
 
@@ -87,4 +87,4 @@ constexpr char kURLUserDefinedName[] =
 
 }  // namespace quarn_texts
 
-#endif  // QUARN_BASE_BUILTINTEXTS_INTERNAL_H_
+#endif  // QUARN_BASE_INTERNAL_BUILTINTEXTS_H_

@@ -1,14 +1,14 @@
 // Small text helpers shared by the URL classes. Not for hosts.
 
-#ifndef QUARN_URL_URLTEXT_INTERNAL_H_
-#define QUARN_URL_URLTEXT_INTERNAL_H_
+#ifndef QUARN_URL_INTERNAL_URLTEXT_H_
+#define QUARN_URL_INTERNAL_URLTEXT_H_
 
 #include <stddef.h>
 
 #include <string>
 #include <vector>
 
-#include "base/BuiltinTexts_internal.h"
+#include "base/internal/BuiltinTexts.h"
 
 namespace quarn_url {
 
@@ -43,4 +43,4 @@ void SplitURLList(const std::string& text, std::vector<std::string>* pieces);
 
 }  // namespace quarn_url
 
-#endif  // QUARN_URL_URLTEXT_INTERNAL_H_
+#endif  // QUARN_URL_INTERNAL_URLTEXT_H_

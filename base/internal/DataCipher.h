@@ -2,8 +2,8 @@
 // and editors out of shipped databases and detects damage; it is not meant
 // to withstand an attacker. docs/FORMATS.md gives the layout.
 
-#ifndef QUARN_BASE_DATACIPHER_INTERNAL_H_
-#define QUARN_BASE_DATACIPHER_INTERNAL_H_
+#ifndef QUARN_BASE_INTERNAL_DATACIPHER_H_
+#define QUARN_BASE_INTERNAL_DATACIPHER_H_
 
 #include <string>
 
@@ -16,4 +16,4 @@ bool Decipher(const std::string& cipher, std::string* plain);
 
 }  // namespace quarn_cipher
 
-#endif  // QUARN_BASE_DATACIPHER_INTERNAL_H_
+#endif  // QUARN_BASE_INTERNAL_DATACIPHER_H_

@@ -1,8 +1,8 @@
 // Small helpers shared by the employee stores: index keys of MACs, MAC
 // tests, the clock and the marks around byte-stream records.
 
-#ifndef QUARN_EMPLOYEE_EMPLOYEEKEYS_INTERNAL_H_
-#define QUARN_EMPLOYEE_EMPLOYEEKEYS_INTERNAL_H_
+#ifndef QUARN_EMPLOYEE_INTERNAL_EMPLOYEEKEYS_H_
+#define QUARN_EMPLOYEE_INTERNAL_EMPLOYEEKEYS_H_
 
 #include <stdint.h>
 #include <string.h>
@@ -68,4 +68,4 @@ inline bool GetStreamMark(CData_Stream_LE& in, char mark) {
 
 }  // namespace quarn_employee
 
-#endif  // QUARN_EMPLOYEE_EMPLOYEEKEYS_INTERNAL_H_
+#endif  // QUARN_EMPLOYEE_INTERNAL_EMPLOYEEKEYS_H_

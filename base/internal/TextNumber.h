@@ -2,8 +2,8 @@
 // accepts surrounding white space and nothing else around the number, and
 // leaves `*value` untouched when it returns false.
 
-#ifndef QUARN_BASE_TEXTNUMBER_INTERNAL_H_
-#define QUARN_BASE_TEXTNUMBER_INTERNAL_H_
+#ifndef QUARN_BASE_INTERNAL_TEXTNUMBER_H_
+#define QUARN_BASE_INTERNAL_TEXTNUMBER_H_
 
 #include <stdint.h>
 
@@ -18,4 +18,4 @@ bool ParseBool(const char* text, bool* value);
 
 }  // namespace quarn_text
 
-#endif  // QUARN_BASE_TEXTNUMBER_INTERNAL_H_
+#endif  // QUARN_BASE_INTERNAL_TEXTNUMBER_H_
