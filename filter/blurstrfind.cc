@@ -5,7 +5,7 @@
 
 #include <new>
 
-#include "filter/blurstrfind_internal.h"
+#include "filter/internal/blurstrfind.h"
 
 namespace quarn_blur {
 
@@ -72,6 +72,40 @@ namespace {
 
 using quarn_blur::PieceRef;
 using quarn_match::PieceIndex;
+
+// Runs at one position that AppendPlain() takes at most.
+const size_t kPlainRuns = 16;
+
+// When each of runs[0..count) holds one piece of a key that any occurrence
+// satisfies, appends their values to `out` in the order FindAllEx offers
+// them (the runs from `ones` on newest first, then the one-byte run) and
+// returns true. Otherwise appends nothing and returns false.
+bool AppendPlain(const PieceIndex& index, const PieceIndex::Run* runs,
+                 size_t count, size_t ones, CDataArray& out) {
+  if (count > kPlainRuns) return false;
+  uint32_t refs[kPlainRuns];
+  int32_t values[kPlainRuns];
+  for (size_t i = 0; i < count; ++i) {
+    const PieceIndex::Summary& summary = index.SummaryOf(runs[i]);
+    if (summary.refs != 1 || summary.marked != 0) return false;
+    // Newest first, by insertion among the longer runs.
+    size_t at = i;
+    if (i >= ones) {
+      for (; at > ones && refs[at - 1] < summary.newest; --at) {
+        refs[at] = refs[at - 1];
+        values[at] = values[at - 1];
+      }
+    }
+    refs[at] = summary.newest;
+    values[at] = static_cast<int32_t>(static_cast<uint32_t>(summary.tags));
+  }
+  for (size_t i = ones; i < count; ++i) {
+    out.Add(static_cast<uint64_t>(static_cast<int64_t>(values[i])));
+  }
+  if (ones != 0)
+    out.Add(static_cast<uint64_t>(static_cast<int64_t>(values[0])));
+  return true;
+}
 
 char* CopyBytes(const char* bytes, int length) {
   char* copy = new (std::nothrow) char[length + 1];
@@ -228,9 +262,12 @@ int blurstrfind::AddKey(const char* key, int length, int value) {
     refs.push_back(PieceRef{
         value, k->index, static_cast<uint8_t>(i), static_cast<uint8_t>(k->type),
         static_cast<uint8_t>(k->piece_count), static_cast<uint8_t>(always)});
+    // A search reads the value of a piece that always satisfies its key
+    // from the index (see FindAllEx).
     tables->index.Add(
         reinterpret_cast<const uint8_t*>(k->buffer + k->piece_offsets[i]),
-        static_cast<uint32_t>(k->piece_lengths[i]), ref);
+        static_cast<uint32_t>(k->piece_lengths[i]), ref,
+        static_cast<uint32_t>(value), !always);
     if (k->piece_lengths[i] == 1) has_single_byte = 1;
   }
   return 0;
@@ -281,8 +318,13 @@ int blurstrfind::FindAllEx(const char* text, int length, CDataArray& out) {
   PieceIndex& index = tables->index;
   index.Scan(reinterpret_cast<const uint8_t*>(text),
              static_cast<uint64_t>(length), static_cast<uint64_t>(length - 1),
-             [&index, &offer](uint64_t, PieceIndex::Run* runs, size_t count) {
+             [&index, &offer, &out, &found](uint64_t, PieceIndex::Run* runs,
+                                            size_t count) {
                const size_t ones = runs[0].length == 1 ? 1 : 0;
+               if (AppendPlain(index, runs, count, ones, out)) {
+                 found += static_cast<int>(count);
+                 return true;
+               }
                if (count > ones)
                  index.ForEachRef(runs + ones, count - ones, offer);
                if (ones != 0) index.ForEachRef(runs, 1, offer);

@@ -3,8 +3,8 @@
 #include <string.h>
 
 #include "base/internal/BuiltinTexts.h"
-#include "objects/ObjectText_internal.h"
 #include "objects/internal/BitIdObjects.h"
+#include "objects/internal/ObjectText.h"
 
 namespace {
 

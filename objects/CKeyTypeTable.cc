@@ -7,11 +7,11 @@
 #include <new>
 
 #include "base/CTinyXmlEx.h"
-#include "base/internal/NoThrow.h"
 #include "base/OrvaFile.h"
 #include "base/OrvaPath.h"
 #include "base/OrvaString.h"
-#include "objects/PieceIndex_internal.h"
+#include "base/internal/NoThrow.h"
+#include "objects/internal/PieceIndex.h"
 
 using quarn_match::PieceIndex;
 
@@ -171,8 +171,11 @@ int CKeyTypeTable::AddBinaryKey(uint64_t mask, const void* key,
     const uint32_t ref = static_cast<uint32_t>(refs_.size());
     refs_.push_back(PieceRef{simple ? mask : 0, index, static_cast<uint8_t>(k),
                              static_cast<uint8_t>(simple)});
+    // A simple piece is summarised by its mask; the others are marked,
+    // as they need the keyword's state and their order.
     index_->Add(reinterpret_cast<const uint8_t*>(pieces[k].data()),
-                static_cast<uint32_t>(pieces[k].size()), ref);
+                static_cast<uint32_t>(pieces[k].size()), ref, simple ? mask : 0,
+                !simple);
   }
   single_used_ += singles;
   multi_used_ += multis;
@@ -316,23 +319,37 @@ uint64_t CKeyTypeTable::Finish() {
 
 uint64_t CKeyTypeTable::TextMatch(const void* data, uint64_t length) {
   if (!Usable(data, length)) return 0;
-  // Once every type is found nothing can change the answer.
+  // Once every type is found nothing can change the answer; before that,
+  // positions whose pieces can add no type are left out.
   auto apply = [this](uint32_t ref) {
     Apply(ref);
     return result_ != all_masks_;
   };
-  index_->Scan(static_cast<const uint8_t*>(data), length,
-               length - shortest_ + 1,
-               [this, &apply](uint64_t, PieceIndex::Run* runs, size_t count) {
-                 // The one-byte pieces (the shortest run) are asked before
-                 // the longer ones.
-                 if (runs[0].length == 1) {
-                   if (!index_->ForEachRef(runs, 1, apply)) return false;
-                   ++runs;
-                   --count;
-                 }
-                 return count == 0 || index_->ForEachRef(runs, count, apply);
-               });
+  index_->Scan(
+      static_cast<const uint8_t*>(data), length, length - shortest_ + 1,
+      [this, &apply](uint64_t, PieceIndex::Run* runs, size_t count) {
+        // Simple pieces only add their masks, in any order.
+        uint64_t masks = 0;
+        uint32_t marked = 0;
+        for (size_t i = 0; i < count; ++i) {
+          const PieceIndex::Summary& summary = index_->SummaryOf(runs[i]);
+          masks |= summary.tags;
+          marked |= summary.marked;
+        }
+        if (marked == 0) {
+          result_ |= masks;
+          return result_ != all_masks_;
+        }
+        // The one-byte pieces (the shortest run) are asked before
+        // the longer ones.
+        if (runs[0].length == 1) {
+          if (!index_->ForEachRef(runs, 1, apply)) return false;
+          ++runs;
+          --count;
+        }
+        return count == 0 || index_->ForEachRef(runs, count, apply);
+      },
+      &result_);
   return Finish();
 }
 

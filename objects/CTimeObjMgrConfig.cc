@@ -4,8 +4,8 @@
 #include <time.h>
 
 #include "base/internal/BuiltinTexts.h"
-#include "objects/ObjectText_internal.h"
 #include "objects/internal/BitIdObjects.h"
+#include "objects/internal/ObjectText.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <ace/OS_NS_sys_time.h>
 #include <ace/Time_Value.h>
 
-#include "objects/ObjectText_internal.h"
+#include "objects/internal/ObjectText.h"
 
 namespace {
 

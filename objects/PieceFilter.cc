@@ -1,4 +1,4 @@
-#include "objects/PieceFilter_internal.h"
+#include "objects/internal/PieceFilter.h"
 
 #include <string.h>
 
@@ -54,14 +54,25 @@ uint64_t PieceFilter::BlockPortable(const PieceFilter& f, const uint8_t* p) {
   return mask;
 }
 
-uint64_t PieceFilter::HashBlockPortable(const uint8_t* p, const uint64_t* bits,
-                                        int shift) {
+uint64_t PieceFilter::StartBlockPortable(const uint8_t* p,
+                                         const StartSets& sets) {
   uint64_t mask = 0;
   for (int i = 0; i < kBlock; ++i) {
     uint32_t word;
     memcpy(&word, p + i, sizeof(word));
-    const uint32_t at = (word * kHashFactor) >> shift;
-    mask |= (bits[at >> 6] >> (at & 63) & 1) << i;
+    const uint32_t quad = (word * kHashFactor) >> sets.quad_shift;
+    uint64_t hit = sets.quad[quad >> 6] >> (quad & 63);
+    if (sets.one != nullptr) hit |= sets.one[p[i] >> 6] >> (p[i] & 63);
+    if (sets.pair != nullptr) {
+      const uint32_t pair = word & 0xFFFF;
+      hit |= sets.pair[pair >> 6] >> (pair & 63);
+    }
+    if (sets.triple != nullptr) {
+      const uint32_t triple =
+          ((word & 0xFFFFFF) * kHashFactor) >> (32 - kTripleBits);
+      hit |= sets.triple[triple >> 6] >> (triple & 63);
+    }
+    mask |= (hit & 1) << i;
   }
   return mask;
 }
@@ -127,32 +138,97 @@ __attribute__((target("avx2"))) uint64_t PieceFilter::BlockAvx2(
   return mask;
 }
 
-__attribute__((target("avx2"))) uint64_t PieceFilter::HashBlockAvx2(
-    const uint8_t* p, const uint64_t* bits, int shift) {
+namespace {
+
+// StartBlock() with AVX2 for the sets that are there (quad always is).
+template <bool kOne, bool kTwo, bool kThree>
+__attribute__((target("avx2"))) uint64_t StartBlockWith(
+    const uint8_t* p, const PieceFilter::StartSets& sets) {
+  const int kBlock = PieceFilter::kBlock;
+  const int kTripleBits = PieceFilter::kTripleBits;
+  const uint32_t kHashFactor = PieceFilter::kHashFactor;
   // Eight windows of four bytes from sixteen bytes: positions 0-3 in the
   // low lane, 4-7 in the high one.
   const __m256i windows =
       _mm256_setr_epi8(0, 1, 2, 3, 1, 2, 3, 4, 2, 3, 4, 5, 3, 4, 5, 6,  //
                        4, 5, 6, 7, 5, 6, 7, 8, 6, 7, 8, 9, 7, 8, 9, 10);
   const __m256i factor = _mm256_set1_epi32(static_cast<int>(kHashFactor));
-  const __m128i count = _mm_cvtsi32_si128(shift);
+  const __m128i quad_shift = _mm_cvtsi32_si128(sets.quad_shift);
   const __m256i low5 = _mm256_set1_epi32(31);
-  const int* words = reinterpret_cast<const int*>(bits);
+  const __m256i low8 = _mm256_set1_epi32(0xFF);
+  const __m256i low16 = _mm256_set1_epi32(0xFFFF);
+  const __m256i low24 = _mm256_set1_epi32(0xFFFFFF);
+  // The 256 bits of one-byte pieces fit in a register.
+  const __m256i ones =
+      kOne ? _mm256_loadu_si256(reinterpret_cast<const __m256i*>(sets.one))
+           : _mm256_setzero_si256();
+  const int* quad = reinterpret_cast<const int*>(sets.quad);
+  const int* pair = reinterpret_cast<const int*>(sets.pair);
+  const int* triple = reinterpret_cast<const int*>(sets.triple);
   uint64_t mask = 0;
   for (int i = 0; i < kBlock; i += 8) {
     const __m256i text = _mm256_broadcastsi128_si256(
         _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i)));
-    const __m256i at = _mm256_srl_epi32(
-        _mm256_mullo_epi32(_mm256_shuffle_epi8(text, windows), factor), count);
-    const __m256i word =
-        _mm256_i32gather_epi32(words, _mm256_srli_epi32(at, 5), 4);
-    const __m256i bit = _mm256_slli_epi32(
-        _mm256_srlv_epi32(word, _mm256_and_si256(at, low5)), 31);
+    const __m256i words = _mm256_shuffle_epi8(text, windows);
+    // Each test leaves its bit in bit 0 of each position's lane.
+    const __m256i at =
+        _mm256_srl_epi32(_mm256_mullo_epi32(words, factor), quad_shift);
+    __m256i hit = _mm256_srlv_epi32(
+        _mm256_i32gather_epi32(quad, _mm256_srli_epi32(at, 5), 4),
+        _mm256_and_si256(at, low5));
+    if (kOne) {
+      const __m256i byte = _mm256_and_si256(words, low8);
+      hit = _mm256_or_si256(
+          hit, _mm256_srlv_epi32(_mm256_permutevar8x32_epi32(
+                                     ones, _mm256_srli_epi32(byte, 5)),
+                                 _mm256_and_si256(byte, low5)));
+    }
+    if (kTwo) {
+      const __m256i two = _mm256_and_si256(words, low16);
+      hit = _mm256_or_si256(
+          hit, _mm256_srlv_epi32(
+                   _mm256_i32gather_epi32(pair, _mm256_srli_epi32(two, 5), 4),
+                   _mm256_and_si256(two, low5)));
+    }
+    if (kThree) {
+      const __m256i three = _mm256_srli_epi32(
+          _mm256_mullo_epi32(_mm256_and_si256(words, low24), factor),
+          32 - kTripleBits);
+      hit = _mm256_or_si256(
+          hit, _mm256_srlv_epi32(_mm256_i32gather_epi32(
+                                     triple, _mm256_srli_epi32(three, 5), 4),
+                                 _mm256_and_si256(three, low5)));
+    }
+    const __m256i bit = _mm256_slli_epi32(hit, 31);
     mask |= static_cast<uint64_t>(static_cast<uint32_t>(
                 _mm256_movemask_ps(_mm256_castsi256_ps(bit))))
             << i;
   }
   return mask;
+}
+
+}  // namespace
+
+uint64_t PieceFilter::StartBlockAvx2(const uint8_t* p, const StartSets& sets) {
+  switch ((sets.one != nullptr ? 4 : 0) | (sets.pair != nullptr ? 2 : 0) |
+          (sets.triple != nullptr ? 1 : 0)) {
+    case 0:
+      return StartBlockWith<false, false, false>(p, sets);
+    case 1:
+      return StartBlockWith<false, false, true>(p, sets);
+    case 2:
+      return StartBlockWith<false, true, false>(p, sets);
+    case 3:
+      return StartBlockWith<false, true, true>(p, sets);
+    case 4:
+      return StartBlockWith<true, false, false>(p, sets);
+    case 5:
+      return StartBlockWith<true, false, true>(p, sets);
+    case 6:
+      return StartBlockWith<true, true, false>(p, sets);
+    default:
+      return StartBlockWith<true, true, true>(p, sets);
+  }
 }
 
 bool PieceFilter::Supported(Isa isa) {
@@ -180,9 +256,8 @@ uint64_t PieceFilter::BlockAvx2(const PieceFilter& f, const uint8_t* p) {
   return BlockPortable(f, p);
 }
 
-uint64_t PieceFilter::HashBlockAvx2(const uint8_t* p, const uint64_t* bits,
-                                    int shift) {
-  return HashBlockPortable(p, bits, shift);
+uint64_t PieceFilter::StartBlockAvx2(const uint8_t* p, const StartSets& sets) {
+  return StartBlockPortable(p, sets);
 }
 
 bool PieceFilter::Supported(Isa isa) { return isa == kPortable; }
@@ -208,10 +283,9 @@ PieceFilter::BlockFn PieceFilter::FunctionOf(Isa isa) {
   return BlockPortable;
 }
 
-uint64_t PieceFilter::HashBlock(Isa isa, const uint8_t* p, const uint64_t* bits,
-                                int shift) {
-  return isa == kAvx2 ? HashBlockAvx2(p, bits, shift)
-                      : HashBlockPortable(p, bits, shift);
+uint64_t PieceFilter::StartBlock(Isa isa, const uint8_t* p,
+                                 const StartSets& sets) {
+  return isa == kAvx2 ? StartBlockAvx2(p, sets) : StartBlockPortable(p, sets);
 }
 
 uint64_t PieceFilter::BlockWith(Isa isa, const uint8_t* p) const {

@@ -1,7 +1,13 @@
+#include <stdlib.h>
+
 #include <new>
 #include <stdexcept>
 
-#include "objects/PieceIndex_internal.h"
+#if defined(__linux__)
+#include <sys/mman.h>
+#endif
+
+#include "objects/internal/PieceIndex.h"
 
 namespace quarn_match {
 
@@ -9,17 +15,17 @@ namespace {
 
 const size_t kPairCount = 65536;
 const int kMinQuadLog2 = 15;
-const int kMaxQuadLog2 = 21;
+const int kMaxQuadLog2 = 19;
 // Bits of the four-byte filter per piece: about one false pass in 64
 // positions while the filter is not full.
-const uint64_t kQuadBitsPerPiece = 64;
+const uint64_t kQuadBitsPerPiece = 256;
 // Node ids and entry indexes are 32-bit, with kNil kept for "none".
 const uint64_t kMaxItems = 0xFFFFFFF0u;
 
 // Makes room for `extra` more elements, growing at least geometrically so
 // that adding one piece at a time stays linear. False when memory runs out.
-template <typename T>
-bool ReserveMore(std::vector<T>* v, uint64_t extra) {
+template <typename Vector>
+bool ReserveMore(Vector* v, uint64_t extra) {
   if (v->capacity() - v->size() >= extra) return true;
   uint64_t want = v->size() + extra;
   if (want < 2 * v->capacity()) want = 2 * v->capacity();
@@ -33,16 +39,34 @@ bool ReserveMore(std::vector<T>* v, uint64_t extra) {
   return true;
 }
 
+const size_t kHugePage = size_t{1} << 21;
+
 }  // namespace
+
+void* AllocateTable(size_t bytes) {
+  if (bytes < kHugePage) return malloc(bytes == 0 ? 1 : bytes);
+  if (bytes > SIZE_MAX - kHugePage) return nullptr;
+  const size_t rounded = (bytes + kHugePage - 1) & ~(kHugePage - 1);
+  void* p = aligned_alloc(kHugePage, rounded);
+#if defined(__linux__) && defined(MADV_HUGEPAGE)
+  // Only advice: without huge pages the table works the same.
+  if (p != nullptr) madvise(p, rounded, MADV_HUGEPAGE);
+#endif
+  return p;
+}
+
+void FreeTable(void* p, size_t) { free(p); }
 
 PieceIndex::PieceIndex() : PieceIndex(PieceFilter::Best()) {}
 
 PieceIndex::PieceIndex(PieceFilter::Isa isa)
     : use_filter_(isa != PieceFilter::kPortable),
-      hash_blocks_(isa == PieceFilter::kAvx2) {
+      start_blocks_(isa == PieceFilter::kAvx2) {
   filter_.UseIsa(isa);
   for (uint32_t& head : one_heads_) head = kNil;
   memset(one_bits_, 0, sizeof(one_bits_));
+  memset(first_tags_, 0, sizeof(first_tags_));
+  memset(first_marked_, 0, sizeof(first_marked_));
 }
 
 PieceIndex::~PieceIndex() {}
@@ -54,11 +78,14 @@ void PieceIndex::Clear() {
   triple_bits_.reset();
   for (uint32_t& head : one_heads_) head = kNil;
   memset(one_bits_, 0, sizeof(one_bits_));
+  memset(first_tags_, 0, sizeof(first_tags_));
+  memset(first_marked_, 0, sizeof(first_marked_));
   filter_.Clear();
-  std::vector<Node>().swap(nodes_);
+  std::vector<Node, TableAllocator<Node>>().swap(nodes_);
   std::vector<Entry>().swap(entries_);
+  std::vector<Summary>().swap(summaries_);
   std::vector<uint8_t>().swap(bytes_);
-  std::vector<Slot>().swap(slots_);
+  std::vector<Slot, TableAllocator<Slot>>().swap(slots_);
   std::vector<uint64_t>().swap(quad_bits_);
   std::vector<uint32_t>().swap(quad_words_);
   std::vector<Run>().swap(runs_);
@@ -76,7 +103,7 @@ bool PieceIndex::GrowSlots(uint64_t edges) {
   while (count < 2 * edges) count *= 2;
   if (count == slots_.size()) return true;
   if (count > (uint64_t{1} << 33)) return false;
-  std::vector<Slot> old;
+  std::vector<Slot, TableAllocator<Slot>> old;
   try {
     old.assign(static_cast<size_t>(count), Slot{0, 0, 0, kNil, kNil});
   } catch (const std::bad_alloc&) {
@@ -138,9 +165,10 @@ bool PieceIndex::Reserve(uint64_t pieces, uint64_t bytes) {
     if (!ReserveMore(&nodes_, 1)) return false;
     nodes_.push_back(Node{kNil, 0, 0, 0});  // node 0 stands for "none"
   }
-  const uint64_t record_bytes = bytes + pieces * kRecordHead;
+  const uint64_t record_bytes = bytes + pieces * kRecordHead + kPad;
   if (bytes_.size() + record_bytes >= kMaxItems) return false;
   if (!ReserveMore(&nodes_, bytes) || !ReserveMore(&entries_, pieces) ||
+      !ReserveMore(&summaries_, pieces) ||
       !ReserveMore(&bytes_, record_bytes) ||
       !ReserveMore(&quad_words_, pieces) || !GrowSlots(edges_ + bytes) ||
       !GrowQuadBits(quad_words_.size() + pieces)) {
@@ -174,16 +202,28 @@ uint32_t PieceIndex::NewNode() {
   return static_cast<uint32_t>(nodes_.size() - 1);
 }
 
-void PieceIndex::AddRef(uint32_t* head, uint32_t ref) {
+void PieceIndex::AddRef(uint32_t* head, uint32_t ref, uint64_t tag,
+                        bool marked) {
+  Summary summary{tag, ref, 1, static_cast<uint16_t>(marked ? 1 : 0)};
+  if (*head != kNil) {
+    const Summary& older = summaries_[*head];
+    summary.tags |= older.tags;
+    summary.marked |= older.marked;
+    if (older.refs < 0xFFFF) summary.refs = older.refs + 1;
+  }
   entries_.push_back(Entry{ref, *head});
+  summaries_.push_back(summary);
   *head = static_cast<uint32_t>(entries_.size() - 1);
 }
 
-void PieceIndex::Add(const uint8_t* bytes, uint32_t length, uint32_t ref) {
+void PieceIndex::Add(const uint8_t* bytes, uint32_t length, uint32_t ref,
+                     uint64_t tag, bool marked) {
   if (length > longest_) longest_ = length;
   filter_.Add(bytes, length);
+  first_tags_[bytes[0]] |= tag;
+  if (marked) SetBit(first_marked_, bytes[0]);
   if (length == 1) {
-    AddRef(&one_heads_[bytes[0]], ref);
+    AddRef(&one_heads_[bytes[0]], ref, tag, marked);
     SetBit(one_bits_, bytes[0]);
     any_one_ = true;
     return;
@@ -207,14 +247,17 @@ void PieceIndex::Add(const uint8_t* bytes, uint32_t length, uint32_t ref) {
   }
   if (nodes_[node].out == kNil) {
     // A new end: every node above it gains one end below.
+    // The record takes the place of the padding, which then follows it.
+    if (!bytes_.empty()) bytes_.resize(bytes_.size() - kPad);
     const uint32_t offset = static_cast<uint32_t>(bytes_.size());
     nodes_[node].offset = offset;
     bytes_.resize(bytes_.size() + kRecordHead);
     memcpy(bytes_.data() + offset + 4, &length, 4);
     bytes_.insert(bytes_.end(), bytes, bytes + length);
+    bytes_.resize(bytes_.size() + kPad);
     MarkEndAbove(bytes, length, offset);
   }
-  AddRef(&nodes_[node].out, ref);
+  AddRef(&nodes_[node].out, ref, tag, marked);
   memcpy(bytes_.data() + nodes_[node].offset, &nodes_[node].out, 4);
   if (into != nullptr) into->out = nodes_[node].out;
   if (length == 2) {

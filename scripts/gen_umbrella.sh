@@ -15,7 +15,7 @@ tmp=$(mktemp)
   echo "#ifndef QUARN_COMMON_H_"
   echo "#define QUARN_COMMON_H_"
   for sub in base frame appid address objects filter url employee settings; do
-    headers=$(cd "$root" && ls "$sub"/*.h 2>/dev/null | grep -v '_internal\.h$' | sort || true)
+    headers=$(cd "$root" && ls "$sub"/*.h 2>/dev/null | sort || true)
     [ -n "$headers" ] || continue
     echo
     for h in $headers; do echo "#include \"quarn_common/$h\""; done

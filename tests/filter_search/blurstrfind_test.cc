@@ -147,6 +147,33 @@ TEST(BlurStrFind, AgreesWithASlowModelOnManyOverlappingKeys) {
 
 // Duplicates are found by the text as strncmp sees it (up to a zero byte)
 // and by length, at any key count.
+// More pieces than a search takes in one go at a position, negative
+// values, and a piece shared by keys that any occurrence satisfies, mixed
+// with keys that need their other pieces.
+TEST(BlurStrFind, ManyPiecesAtOnePositionAgreeWithTheModel) {
+  for (int shared = 0; shared < 2; ++shared) {
+    blurstrfind f;
+    quarn_test::BlurReference model;
+    int value = -40;
+    for (size_t n = 1; n <= 30; ++n) {
+      const std::string key(n, 'a');
+      ASSERT_EQ(model.Add(key, value), Add(f, key, value));
+      ++value;
+    }
+    if (shared != 0) {
+      for (const char* key : {"aaa|zz", "aaaa,b", "b*aaaaa", "a|b"}) {
+        ASSERT_EQ(model.Add(key, value), Add(f, key, value)) << key;
+        ++value;
+      }
+    }
+    for (const std::string& text :
+         {std::string(40, 'a'), "b" + std::string(20, 'a') + "b",
+          std::string(17, 'a') + "zz"}) {
+      EXPECT_EQ(model.Find(text, false), Find(f, text)) << text;
+    }
+  }
+}
+
 TEST(BlurStrFind, DuplicatesAmongManyKeys) {
   blurstrfind f;
   for (int i = 0; i < 20000; ++i) {

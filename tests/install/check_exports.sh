@@ -6,9 +6,10 @@ set -euo pipefail
 lib=$1 expected=$2
 here=$(cd "$(dirname "$0")" && pwd)
 actual=$("$here/export_families.sh" "$lib" | awk '{ print $1 }')
-listed=$(grep -v '^#' "$expected" | sort)
+listed=$(grep -v '^#' "$expected" | sed 's/^?//' | sort)
+required=$(grep -v '^[#?]' "$expected" | sort)
 unexpected=$(comm -23 <(echo "$actual") <(echo "$listed"))
-missing=$(comm -13 <(echo "$actual") <(echo "$listed"))
+missing=$(comm -13 <(echo "$actual") <(echo "$required"))
 status=0
 if [ -n "$unexpected" ]; then
   echo "exported but not listed in $expected:" >&2

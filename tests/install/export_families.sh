@@ -3,10 +3,20 @@
 # exports, one per line with its count: the class, namespace or function a
 # symbol belongs to ("CIPObjMgr" for its members, typeinfo and vtable,
 # "ACE_Singleton<CIPObjMgr>" for that instantiation's members, the name
-# itself for a free function or variable).
+# itself for a free function or variable). Read off the mangled names, so
+# that a template function's return type never passes for its family.
 set -euo pipefail
-nm -DC --defined-only "$1" | cut -d' ' -f3- |
-  sed -E 's/^(typeinfo name for|typeinfo for|vtable for|VTT for|guard variable for) //' |
-  sed -E 's/^ACE_Singleton<([A-Za-z0-9_]+), ACE_Null_Mutex>.*/ACE_Singleton<\1>/; t
-          s/^([A-Za-z_][A-Za-z_0-9]*).*/\1/' |
-  sort | uniq -c | awk '{ print $2, $1 }'
+nm -D --defined-only "$1" | awk '{ print $3 }' | perl -ne '
+  chomp; my $s = $_;
+  if ($s !~ s/^_Z//) { print "$s\n"; next }   # a C name
+  $s =~ s/^(TV|TI|TS|TT|GV|GR|TH|TW)//;       # vtable, typeinfo, guards
+  $s =~ s/^Z//;                               # a local static: its function
+  $s =~ s/^N[rVKO]*//;                        # a nested name, qualifiers
+  if ($s =~ /^St/ || $s =~ /^S[a-z]/) { print "std\n"; next }
+  if ($s !~ /^(\d+)/) { print "?$_\n"; next }
+  my $name = substr($s, length($1), $1);
+  my $rest = substr($s, length($1) + $1);
+  if ($name eq "ACE_Singleton" && $rest =~ /^I(\d+)/) {
+    $name .= "<" . substr($rest, 1 + length($1), $1) . ">";
+  }
+  print "$name\n";' | sort | uniq -c | awk '{ print $2, $1 }'

@@ -134,6 +134,15 @@ TEST(KeyTypeTableTest, OrderedAllAndAnyPieces) {
   Add(&t, 64, "rs*r");
   EXPECT_EQ(0u, Text(t, "rs"));
   EXPECT_EQ(64u, Text(t, "rs r"));
+  // Once a simple key's type is found, later pieces sharing its first
+  // byte still count when they belong to keys with several pieces.
+  Add(&t, 128, "uv");
+  Add(&t, 256, "uw*ux");
+  Add(&t, 512, "y");
+  Add(&t, 1024, "yz,uy");
+  EXPECT_EQ(128u | 256u, Text(t, "uv uv uw uv ux"));
+  EXPECT_EQ(512u | 1024u, Text(t, "y y uy y yz"));
+  EXPECT_EQ(128u | 512u, Text(t, "uv y ux uw yz"));
 }
 
 TEST(KeyTypeTableTest, QueriesLeaveNoState) {

@@ -8,8 +8,8 @@
 
 #include <gtest/gtest.h>
 
-#include "objects/PieceFilter_internal.h"
-#include "objects/PieceIndex_internal.h"
+#include "objects/internal/PieceFilter.h"
+#include "objects/internal/PieceIndex.h"
 
 namespace {
 
@@ -134,29 +134,54 @@ TEST(PieceFilterTest, RejectsWhatNoPieceHolds) {
   EXPECT_FALSE(filter.MayHold(0, 'a'));
 }
 
-// The hash test of a block answers, in every variant, what testing the
-// positions one by one answers, for tables of every size the index uses.
-TEST(PieceFilterTest, HashBlockTestsEachPosition) {
-  std::mt19937 rng(99);
-  for (int shift = 11; shift <= 17; ++shift) {
-    std::vector<uint64_t> bits((size_t{1} << (32 - shift)) / 64);
-    for (uint64_t& word : bits) word = rng() & rng() & rng();
-    for (int round = 0; round < 20; ++round) {
-      const std::string text = RandomBytes(&rng, PieceFilter::kHashBlockBytes,
-                                           round % 2 ? "abcdefgh" : "");
-      uint64_t want = 0;
-      for (int i = 0; i < PieceFilter::kBlock; ++i) {
-        uint32_t word;
-        memcpy(&word, text.data() + i, sizeof(word));
-        const uint32_t at = (word * PieceFilter::kHashFactor) >> shift;
-        if (bits[at / 64] >> (at % 64) & 1) want |= uint64_t{1} << i;
-      }
-      for (PieceFilter::Isa isa : kIsas) {
-        if (!PieceFilter::Supported(isa)) continue;
-        EXPECT_EQ(want,
-                  PieceFilter::HashBlock(isa, Bytes(text), bits.data(), shift))
-            << "variant " << isa << ", shift " << shift;
-      }
+// StartBlock() tests each position against the sets it is given, in every
+// variant, whichever sets are left out, for four-byte sets of every size
+// the index uses.
+TEST(PieceFilterTest, StartBlockTestsEachSet) {
+  std::mt19937 rng(31);
+  // Sparse random bits, so that both answers occur.
+  auto random_bits = [&](size_t bits) {
+    std::vector<uint64_t> words(bits / 64);
+    for (uint64_t& word : words) word = rng() & rng() & rng() & rng();
+    return words;
+  };
+  const std::vector<uint64_t> one = random_bits(256);
+  const std::vector<uint64_t> pair = random_bits(65536);
+  const std::vector<uint64_t> triple =
+      random_bits(size_t{1} << PieceFilter::kTripleBits);
+  const int shifts[] = {13, 15, 17};
+  std::vector<std::vector<uint64_t>> quads;
+  for (int shift : shifts)
+    quads.push_back(random_bits(size_t{1} << (32 - shift)));
+  auto has = [](const std::vector<uint64_t>& bits, uint32_t at) {
+    return (bits[at / 64] >> (at % 64) & 1) != 0;
+  };
+  for (int round = 0; round < 96; ++round) {
+    const int quad_shift = shifts[round % 3];
+    const std::vector<uint64_t>& quad = quads[round % 3];
+    const bool with_one = round & 1, with_pair = round & 2,
+               with_triple = round & 4;
+    const PieceFilter::StartSets sets{
+        with_one ? one.data() : nullptr, with_pair ? pair.data() : nullptr,
+        with_triple ? triple.data() : nullptr, quad.data(), quad_shift};
+    const std::string text = RandomBytes(&rng, PieceFilter::kHashBlockBytes,
+                                         round % 16 < 8 ? "abcdef" : "");
+    uint64_t want = 0;
+    for (int i = 0; i < PieceFilter::kBlock; ++i) {
+      uint32_t word;
+      memcpy(&word, text.data() + i, sizeof(word));
+      const uint32_t h = PieceFilter::kHashFactor;
+      bool hit = has(quad, (word * h) >> quad_shift);
+      hit |= with_one && has(one, word & 0xFF);
+      hit |= with_pair && has(pair, word & 0xFFFF);
+      hit |= with_triple && has(triple, ((word & 0xFFFFFF) * h) >>
+                                            (32 - PieceFilter::kTripleBits));
+      if (hit) want |= uint64_t{1} << i;
+    }
+    for (PieceFilter::Isa isa : kIsas) {
+      if (!PieceFilter::Supported(isa)) continue;
+      EXPECT_EQ(want, PieceFilter::StartBlock(isa, Bytes(text), sets))
+          << "variant " << isa << ", round " << round;
     }
   }
 }
@@ -175,12 +200,23 @@ std::vector<Hit> ScanAll(PieceIndex* index, const std::string& text,
               [&](uint64_t pos, PieceIndex::Run* runs, size_t count) {
                 Hit hit{pos, {}};
                 for (size_t i = 0; i < count; ++i) {
+                  // Refs are added with their own number as the tag, and
+                  // odd ones marked.
+                  const PieceIndex::Summary summary = index->SummaryOf(runs[i]);
+                  uint64_t tags = 0;
+                  bool marked = false;
                   std::vector<uint32_t> refs;
                   PieceIndex::Run one = runs[i];
                   index->ForEachRef(&one, 1, [&](uint32_t ref) {
                     refs.push_back(ref);
+                    tags |= ref;
+                    marked |= (ref & 1) != 0;
                     return true;
                   });
+                  EXPECT_EQ(tags, summary.tags);
+                  EXPECT_EQ(refs.size(), summary.refs);
+                  EXPECT_EQ(refs.front(), summary.newest);
+                  EXPECT_EQ(marked, summary.marked != 0);
                   hit.runs.emplace_back(runs[i].length, refs);
                 }
                 hits.push_back(hit);
@@ -237,7 +273,8 @@ TEST(PieceFilterTest, ScanFindsEveryPieceInOrder) {
       for (const std::string& piece : pieces) bytes += piece.size();
       ASSERT_TRUE(index.Reserve(pieces.size(), bytes));
       for (uint32_t ref = 0; ref < pieces.size(); ++ref) {
-        index.Add(Bytes(pieces[ref]), pieces[ref].size(), ref);
+        index.Add(Bytes(pieces[ref]), pieces[ref].size(), ref, ref,
+                  (ref & 1) != 0);
       }
       const uint64_t limits[] = {text.size(), text.size() / 2,
                                  text.size() > 3 ? text.size() - 3 : 0};

@@ -108,11 +108,12 @@ struct EscapeTable {
   char letter[256];
   constexpr EscapeTable() : letter() {
     for (int c = 0; c < 0x20; ++c) letter[c] = 'u';
-    letter['"'] = '"';
-    letter['\\'] = '\\';
-    letter['\n'] = 'n';
-    letter['\r'] = 'r';
-    letter['\t'] = 't';
+    const unsigned char quote = '"', backslash = '\\';
+    letter[quote] = '"';
+    letter[backslash] = '\\';
+    letter[static_cast<unsigned char>('\n')] = 'n';
+    letter[static_cast<unsigned char>('\r')] = 'r';
+    letter[static_cast<unsigned char>('\t')] = 't';
   }
 };
 constexpr EscapeTable kEscape;

@@ -1,7 +1,7 @@
 // Small text helpers shared by the object managers. Not for hosts.
 
-#ifndef QUARN_OBJECTS_OBJECTTEXT_INTERNAL_H_
-#define QUARN_OBJECTS_OBJECTTEXT_INTERNAL_H_
+#ifndef QUARN_OBJECTS_INTERNAL_OBJECTTEXT_H_
+#define QUARN_OBJECTS_INTERNAL_OBJECTTEXT_H_
 
 #include <string.h>
 
@@ -28,4 +28,4 @@ inline bool EqualsAsciiNoCase(const std::string& a, const char* b) {
 
 }  // namespace quarn_objects
 
-#endif  // QUARN_OBJECTS_OBJECTTEXT_INTERNAL_H_
+#endif  // QUARN_OBJECTS_INTERNAL_OBJECTTEXT_H_

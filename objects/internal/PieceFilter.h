@@ -17,10 +17,16 @@
 // once from what the CPU supports; a plain C++ variant gives the same
 // answers everywhere and serves as the reference.
 //
-// Not thread-safe for Add/Clear; Block() only reads the tables.
+// StartBlock() is the sharper, dearer test PieceIndex takes where the
+// fingerprint passes most positions: exact bit sets of the first one or
+// two bytes and hashed bit sets of the first three or four, looked up for
+// eight positions at once with AVX2 gathers.
+//
+// Not thread-safe for Add/Clear; Block() only reads the tables, and
+// StartBlock() only the sets it is given.
 
-#ifndef QUARN_OBJECTS_PIECEFILTER_INTERNAL_H_
-#define QUARN_OBJECTS_PIECEFILTER_INTERNAL_H_
+#ifndef QUARN_OBJECTS_INTERNAL_PIECEFILTER_H_
+#define QUARN_OBJECTS_INTERNAL_PIECEFILTER_H_
 
 #include <stddef.h>
 #include <stdint.h>
@@ -61,17 +67,29 @@ class PieceFilter {
   // The same with a chosen variant. REQUIRES: Supported(isa).
   uint64_t BlockWith(Isa isa, const uint8_t* p) const;
 
-  // Multiplier of the hash of four bytes that HashBlock() uses.
+  // Multiplier of the hashes of three and four bytes that StartBlock()
+  // uses.
   static constexpr uint32_t kHashFactor = 0x9E3779B1u;
-  // Bytes HashBlock() reads from its first position on.
+  // The hash of three bytes keeps this many bits.
+  static constexpr int kTripleBits = 16;
+  // Bytes StartBlock() reads from its first position on.
   static constexpr int kHashBlockBytes = kBlock + 8;
 
-  // Bit i set when bit ((Load4(p + i) * kHashFactor) >> shift) of `bits`
-  // is, for the kBlock positions from `p` on (a hashed set of four-byte
-  // words). REQUIRES: kHashBlockBytes readable bytes at `p`; `bits` holds
-  // 2^(32 - shift) bits, and 1 <= shift <= 31.
-  static uint64_t HashBlock(Isa isa, const uint8_t* p, const uint64_t* bits,
-                            int shift);
+  // Bit sets over the first bytes of pieces, one per piece length, that
+  // PieceIndex tests before it walks from a position; null for a length
+  // no piece has. Bit ((word * kHashFactor) >> s) stands for the word
+  // made of the first bytes, read little-endian.
+  struct StartSets {
+    const uint64_t* one;     // 256 bits by the first byte
+    const uint64_t* pair;    // 65536 bits by the first two bytes
+    const uint64_t* triple;  // by the hash of three bytes, s = 32 - kTripleBits
+    const uint64_t* quad;    // by the hash of four bytes, s = quad_shift
+    int quad_shift;          // 1 to 31
+  };
+  // Bit i set when some set of `sets` holds the bytes from p + i on, for
+  // the kBlock positions from `p` on. REQUIRES: kHashBlockBytes readable
+  // bytes at `p`; `quad` not null.
+  static uint64_t StartBlock(Isa isa, const uint8_t* p, const StartSets& sets);
 
   // Whether `byte` at window position `j` passes for some piece bucket
   // (one position alone; tests use it to check table contents).
@@ -86,10 +104,8 @@ class PieceFilter {
   static uint64_t BlockSsse3(const PieceFilter& f, const uint8_t* p);
   static uint64_t BlockAvx2(const PieceFilter& f, const uint8_t* p);
   static BlockFn FunctionOf(Isa isa);
-  static uint64_t HashBlockPortable(const uint8_t* p, const uint64_t* bits,
-                                    int shift);
-  static uint64_t HashBlockAvx2(const uint8_t* p, const uint64_t* bits,
-                                int shift);
+  static uint64_t StartBlockPortable(const uint8_t* p, const StartSets& sets);
+  static uint64_t StartBlockAvx2(const uint8_t* p, const StartSets& sets);
   static int BucketOf(const uint8_t* bytes, uint64_t length);
 
   // lo_[j][n]: buckets whose pieces may have low half n at byte j; hi_
@@ -101,4 +117,4 @@ class PieceFilter {
 
 }  // namespace quarn_match
 
-#endif  // QUARN_OBJECTS_PIECEFILTER_INTERNAL_H_
+#endif  // QUARN_OBJECTS_INTERNAL_PIECEFILTER_H_

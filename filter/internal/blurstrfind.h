@@ -1,15 +1,15 @@
 // The tables behind blurstrfind: the piece index and the key lookup that
 // finds duplicates. Not for hosts.
 
-#ifndef QUARN_FILTER_BLURSTRFIND_INTERNAL_H_
-#define QUARN_FILTER_BLURSTRFIND_INTERNAL_H_
+#ifndef QUARN_FILTER_INTERNAL_BLURSTRFIND_H_
+#define QUARN_FILTER_INTERNAL_BLURSTRFIND_H_
 
 #include <stdint.h>
 
 #include <vector>
 
 #include "filter/blurstrfind.h"
-#include "objects/PieceIndex_internal.h"
+#include "objects/internal/PieceIndex.h"
 
 namespace quarn_blur {
 
@@ -58,4 +58,4 @@ struct Tables {
 
 }  // namespace quarn_blur
 
-#endif  // QUARN_FILTER_BLURSTRFIND_INTERNAL_H_
+#endif  // QUARN_FILTER_INTERNAL_BLURSTRFIND_H_
