@@ -15,10 +15,11 @@ uint32_t PowerOfTwoAtLeast(uint32_t n) {
 }  // namespace
 
 AddressNames::AddressNames(uint32_t capacity)
-    : entries_(capacity == 0 ? 1 : capacity),
-      buckets_(PowerOfTwoAtLeast(2 * static_cast<uint32_t>(entries_.size())),
-               -1) {
-  for (Entry& e : entries_) e.used = false;
+    : capacity_(capacity == 0 ? 1 : capacity),
+      buckets_(PowerOfTwoAtLeast(2 * capacity_), -1) {
+  // Entries are made as names come, in room reserved now, so that a
+  // capture with few names touches little memory.
+  entries_.reserve(capacity_);
 }
 
 uint32_t AddressNames::Bucket(uint32_t ip) const {
@@ -44,8 +45,9 @@ void AddressNames::Put(uint32_t ip, std::string_view name) {
   if (name.empty() || name.size() > kMaxName) return;
   int32_t index = Find(ip);
   if (index < 0) {
+    if (entries_.size() < capacity_) entries_.emplace_back();
     index = static_cast<int32_t>(next_);
-    next_ = (next_ + 1) % entries_.size();
+    next_ = (next_ + 1) % capacity_;
     if (entries_[index].used) Unlink(index);
     Entry& e = entries_[index];
     e.ip = ip;

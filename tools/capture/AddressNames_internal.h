@@ -40,6 +40,7 @@ class AddressNames {
   int32_t Find(uint32_t ip) const;
   void Unlink(int32_t index);
 
+  uint32_t capacity_;             // entries_ grows up to this many
   std::vector<Entry> entries_;    // a ring, oldest at next_
   std::vector<int32_t> buckets_;  // first entry of each chain, -1 none
   uint32_t next_ = 0;

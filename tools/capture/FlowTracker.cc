@@ -62,16 +62,17 @@ size_t StreamLimit(uint8_t first) {
 FlowTracker::FlowTracker(const CaptureOptions& options)
     : max_flows_(std::max<uint32_t>(options.max_flows, 1)),
       idle_us_(int64_t{options.idle_timeout_seconds} * 1000000),
-      slots_(max_flows_),
+      slots_(),
       index_(PowerOfTwoAtLeast(uint64_t{max_flows_} * 2), IndexEntry{0, -1}),
       index_mask_(static_cast<uint32_t>(index_.size() - 1)),
       names_(std::max<uint32_t>(options.max_dns_names, 1)),
       dns_table_(options.dns_table),
       pools_(options.max_reassembly) {
+  // Slots are made as flows need them, in room reserved now: the table
+  // never moves (references to a slot stay valid), and a short capture
+  // does not pay for a full one.
+  slots_.reserve(max_flows_);
   free_slots_.reserve(max_flows_);
-  for (uint32_t i = max_flows_; i > 0; --i) {
-    free_slots_.push_back(static_cast<int32_t>(i - 1));
-  }
   for (uint32_t i = options.max_reassembly; i > 0; --i) {
     free_pools_.push_back(static_cast<int32_t>(i - 1));
   }
@@ -162,6 +163,10 @@ void FlowTracker::Remove(int32_t slot) {
 
 int32_t FlowTracker::Create(const DecodedPacket& p, uint32_t hash,
                             const CaptureTime& when) {
+  if (free_slots_.empty() && slots_.size() < max_flows_) {
+    slots_.emplace_back();
+    free_slots_.push_back(static_cast<int32_t>(slots_.size() - 1));
+  }
   if (free_slots_.empty()) {
     Slot& victim = slots_[oldest_];
     if (victim.closed) {

@@ -58,9 +58,12 @@ void WriteUrl(const Classification& c, bool explain, JsonWriter* json) {
 
 // Dotted form of a host-order address, written by hand: formatting
 // addresses through printf was a visible share of the time per connection.
-std::string IpText(uint32_t ip) {
-  char buffer[16];
-  char* p = buffer;
+namespace {
+
+// Writes the dotted form of `ip` at `out` (room for 15 bytes); returns
+// its length.
+size_t FormatIp(uint32_t ip, char* out) {
+  char* p = out;
   for (int shift = 24; shift >= 0; shift -= 8) {
     unsigned octet = (ip >> shift) & 0xFF;
     if (octet >= 100) *p++ = static_cast<char>('0' + octet / 100);
@@ -68,12 +71,51 @@ std::string IpText(uint32_t ip) {
     *p++ = static_cast<char>('0' + octet % 10);
     if (shift > 0) *p++ = '.';
   }
-  return std::string(buffer, p - buffer);
+  return static_cast<size_t>(p - out);
+}
+
+// "a.b.c.d:port" at `out` (room for 21 bytes); returns its length.
+size_t FormatEndpoint(uint32_t ip, uint16_t port, char* out) {
+  size_t n = FormatIp(ip, out);
+  out[n++] = ':';
+  char digits[5];
+  int count = 0;
+  unsigned value = port;
+  do {
+    digits[count++] = static_cast<char>('0' + value % 10);
+    value /= 10;
+  } while (value != 0);
+  while (count > 0) out[n++] = digits[--count];
+  return n;
+}
+
+}  // namespace
+
+std::string IpText(uint32_t ip) {
+  char buffer[16];
+  return std::string(buffer, FormatIp(ip, buffer));
 }
 
 std::string Endpoint(uint32_t ip, uint16_t port) {
-  return IpText(ip) + ":" + std::to_string(port);
+  char buffer[24];
+  return std::string(buffer, FormatEndpoint(ip, port, buffer));
 }
+
+namespace {
+
+// The two write straight into the JSON, without a string in between: they
+// come four times in every line.
+void WriteIp(uint32_t ip, JsonWriter* json) {
+  char buffer[16];
+  json->Utf8(std::string_view(buffer, FormatIp(ip, buffer)));
+}
+
+void WriteEndpoint(uint32_t ip, uint16_t port, JsonWriter* json) {
+  char buffer[24];
+  json->Utf8(std::string_view(buffer, FormatEndpoint(ip, port, buffer)));
+}
+
+}  // namespace
 
 void WriteNamedList(const std::vector<NamedId>& list, const char* id_key,
                     bool explain, JsonWriter* json) {
@@ -156,9 +198,9 @@ void WriteClassificationMembers(const ConnectionRecord& record,
   json->Key("time");
   json->Utf8(record.time_text);
   json->Key("first");
-  json->Utf8(Endpoint(record.addr.first_ip, record.addr.first_port));
+  WriteEndpoint(record.addr.first_ip, record.addr.first_port, json);
   json->Key("second");
-  json->Utf8(Endpoint(record.addr.second_ip, record.addr.second_port));
+  WriteEndpoint(record.addr.second_ip, record.addr.second_port, json);
   json->Key("transport");
   json->Utf8(record.transport == QUARN_TRANSPORT_UDP ? "udp" : "tcp");
 
@@ -178,7 +220,7 @@ void WriteClassificationMembers(const ConnectionRecord& record,
   json->Key("inside");
   json->BeginObject();
   json->Key("ip");
-  json->Utf8(IpText(c.inside_ip));
+  WriteIp(c.inside_ip, json);
   json->Key("port");
   json->Uint(c.inside_port);
   json->Key("class_id");
@@ -193,7 +235,7 @@ void WriteClassificationMembers(const ConnectionRecord& record,
   json->Key("outside");
   json->BeginObject();
   json->Key("ip");
-  json->Utf8(IpText(c.outside_ip));
+  WriteIp(c.outside_ip, json);
   json->Key("port");
   json->Uint(c.outside_port);
   json->Key("area1");

@@ -79,15 +79,17 @@ const char* CondText(uint32_t cond) {
   return "unknown condition";
 }
 
-// The URL as the gateway sees it: without "http://" or "https://".
-std::string StripScheme(const std::string& url) {
+// Sets *out to the URL as the gateway sees it: without "http://" or
+// "https://". *out keeps its memory from the connection before.
+void AssignWithoutScheme(const std::string& url, std::string* out) {
   for (const char* scheme : {"http://", "https://"}) {
     const size_t length = strlen(scheme);
     if (url.size() >= length && strncasecmp(url.c_str(), scheme, length) == 0) {
-      return url.substr(length);
+      out->assign(url, length, std::string::npos);
+      return;
     }
   }
-  return url;
+  out->assign(url);
 }
 
 // Where the host name of a URL without its scheme lies: after any
@@ -109,10 +111,10 @@ HostSpan FindHost(const std::string& url) {
   return span;
 }
 
-// Lower-cases the ASCII letters of the host, leaving the two bytes of each
-// GBK character as they are (a GBK trail byte may be an ASCII letter).
-void LowerHost(std::string* url) {
-  const HostSpan span = FindHost(*url);
+// Lower-cases the ASCII letters of the host (at `span`), leaving the two
+// bytes of each GBK character as they are (a GBK trail byte may be an
+// ASCII letter).
+void LowerHost(const HostSpan& span, std::string* url) {
   for (size_t i = span.begin; i < span.end; ++i) {
     const unsigned char c = (*url)[i];
     if (c >= 0x81) {
@@ -121,18 +123,6 @@ void LowerHost(std::string* url) {
       (*url)[i] = static_cast<char>(c - 'A' + 'a');
     }
   }
-}
-
-std::string HostOf(const std::string& url) {
-  const HostSpan span = FindHost(url);
-  return url.substr(span.begin, span.end - span.begin);
-}
-
-// The host and what follows the authority (path, query), without a user
-// or a port: what a white-list entry with a path is compared with.
-std::string HostAndPathOf(const std::string& url) {
-  const HostSpan span = FindHost(url);
-  return HostOf(url) + url.substr(span.authority_end);
 }
 
 void Categories(uint64_t word, bool system, const CSimpleURLTypeConfig& names,
@@ -304,23 +294,30 @@ std::string ClassName(const CLocalIPTypeTable& plan, uint32_t id) {
 URL_GROUP_TYPE LookUpUrl(GatewayConfig* config, const std::string& url,
                          Classification* out) {
   URL_GROUP_TYPE set;
-  out->url = StripScheme(url);
+  AssignWithoutScheme(url, &out->url);
   out->has_url = !out->url.empty();
   if (!out->has_url) return set;
-  LowerHost(&out->url);
+  const HostSpan span = FindHost(out->url);
+  LowerHost(span, &out->url);
   CURL_Type_Finder_Ex& finder = config->urls();
   finder.find_url(out->url.data(), static_cast<int>(out->url.size()), set);
   Categories(set.hitype, true, finder.system_names(), &out->sys_categories);
   Categories(set.lotype, false, finder.user_names(), &out->user_categories);
   out->url_type_name = finder.GetURLTypeName(set);
+  // The white list is asked with the host, then, when the URL has a path
+  // (or query), with the host and the path, without a user or a port:
+  // what an entry with a path is compared with.
   const CWhiteURLConfig& white = config->white_urls();
-  out->white_asked.push_back(HostOf(out->url));
-  out->white = white.IsWhiteHost(out->white_asked.back().data(),
-                                 out->white_asked.back().size()) != 0;
-  const std::string with_path = HostAndPathOf(out->url);
-  if (!out->white && with_path != out->white_asked.back()) {
-    out->white_asked.push_back(with_path);
-    out->white = white.IsWhiteHost(with_path.data(), with_path.size()) != 0;
+  const std::string& u = out->url;
+  out->white_asked.emplace_back(u, span.begin, span.end - span.begin);
+  const std::string& host = out->white_asked.back();
+  out->white = white.IsWhiteHost(host.data(), host.size()) != 0;
+  if (!out->white && span.authority_end < u.size()) {
+    std::string with_path = host;
+    with_path.append(u, span.authority_end, std::string::npos);
+    out->white_asked.push_back(std::move(with_path));
+    const std::string& asked = out->white_asked.back();
+    out->white = white.IsWhiteHost(asked.data(), asked.size()) != 0;
   }
   return set;
 }
