@@ -107,7 +107,18 @@ class JsonWriter {
   // keys are written many times per line.
   template <size_t N>
   void Key(const char (&key)[N]) {
-    AppendKey(key, N - 1);
+    // Inline, so that the copy of the key has a length known when
+    // compiled.
+    char* p = Room(N + 3);
+    char* const start = p;
+    if (need_comma_) *p++ = ',';
+    *p++ = '"';
+    memcpy(p, key, N - 1);
+    p += N - 1;
+    *p++ = '"';
+    *p++ = ':';
+    size_ += static_cast<size_t>(p - start);
+    need_comma_ = false;
   }
   void KeyText(const char* key);
 
