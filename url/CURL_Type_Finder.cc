@@ -1,5 +1,6 @@
 #include "url/CURL_Type_Finder.h"
 
+#include "base/Export.h"
 #include "url/URLTypes.h"
 #include "url/internal/URLText.h"
 
@@ -127,4 +128,6 @@ const std::vector<std::string>* CURL_Type_Finder<TYPE, GROUP>::GetNames(
   return nullptr;
 }
 
-template class CURL_Type_Finder<URL_TYPE, URL_GROUP_TYPE>;
+// The one instantiation, for the URL categories, is exported: the URL
+// finder hands hosts its finders, and benchmarks use them alone.
+template class QUARN_EXPORT CURL_Type_Finder<URL_TYPE, URL_GROUP_TYPE>;
