@@ -106,12 +106,17 @@ void FlowRecord(const CaptureFlow& flow, LocalClock* clock,
 }
 
 std::string TcpFlagsText(uint8_t flags) {
+  char text[8];
+  return std::string(text, TcpFlagsLetters(flags, text));
+}
+
+size_t TcpFlagsLetters(uint8_t flags, char* out) {
   static const char kLetters[] = "FSRPAUEC";
-  std::string text;
+  size_t n = 0;
   for (int bit = 0; bit < 8; ++bit) {
-    if (flags & (1u << bit)) text += kLetters[bit];
+    if (flags & (1u << bit)) out[n++] = kLetters[bit];
   }
-  return text;
+  return n;
 }
 
 std::string NameEvidence(const CaptureFlow& flow) {
@@ -149,7 +154,8 @@ void WriteFlowJson(const CaptureFlow& flow, const Classification& c,
   json->Utf8(clock->Text(flow.last.sec, flow.last.usec, true));
   json->Key("tcp_flags");
   if (flow.protocol == 6) {
-    json->Utf8(TcpFlagsText(flow.tcp_flags));
+    char flags[8];
+    json->Utf8(std::string_view(flags, TcpFlagsLetters(flow.tcp_flags, flags)));
   } else {
     json->Null();
   }
@@ -167,7 +173,7 @@ void WriteFlowJson(const CaptureFlow& flow, const Classification& c,
   if (c.has_inside_mac) {
     char mac[17];
     MacText(c.inside_mac, mac);
-    json->Utf8(std::string(mac, sizeof(mac)));
+    json->Utf8(std::string_view(mac, sizeof(mac)));
   } else {
     json->Null();
   }

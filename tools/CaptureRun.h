@@ -51,6 +51,8 @@ void FlowRecord(const CaptureFlow& flow, LocalClock* clock,
 // The TCP flags of a mask as letters, in the order F S R P A U E C ("SA"
 // for SYN and ACK).
 std::string TcpFlagsText(uint8_t flags);
+// The same letters written at `out` (room for 8); returns how many.
+size_t TcpFlagsLetters(uint8_t flags, char* out);
 
 // Where a flow's name came from, in words (UTF-8), for --explain.
 std::string NameEvidence(const CaptureFlow& flow);

@@ -352,37 +352,10 @@ void TimeObjectList(const CTimeObjMgrConfig& mgr, uint64_t mask,
 }
 
 void Classification::Reset() {
-  Classification fresh;
-  // Each text and list goes to `fresh` emptied, with its memory.
-  auto keep = [](auto* mine, auto* theirs) {
-    mine->clear();
-    theirs->swap(*mine);
-  };
-  keep(&class_name, &fresh.class_name);
-  keep(&area1.name, &fresh.area1.name);
-  keep(&area1.evidence, &fresh.area1.evidence);
-  keep(&area2.name, &fresh.area2.name);
-  keep(&area2.evidence, &fresh.area2.evidence);
-  keep(&app_name, &fresh.app_name);
-  keep(&app_item, &fresh.app_item);
-  keep(&url, &fresh.url);
-  keep(&sys_categories, &fresh.sys_categories);
-  keep(&user_categories, &fresh.user_categories);
-  keep(&url_type_name, &fresh.url_type_name);
-  keep(&white_asked, &fresh.white_asked);
-  keep(&ip_objects, &fresh.ip_objects);
-  keep(&time_objects, &fresh.time_objects);
-  keep(&employee, &fresh.employee);
-  keep(&employee_dep, &fresh.employee_dep);
-  keep(&account, &fresh.account);
-  keep(&cs_evidence, &fresh.cs_evidence);
-  keep(&data_dir_evidence, &fresh.data_dir_evidence);
-  keep(&class_evidence, &fresh.class_evidence);
-  keep(&app_evidence, &fresh.app_evidence);
-  keep(&url_evidence, &fresh.url_evidence);
-  keep(&time_evidence, &fresh.time_evidence);
-  keep(&employee_evidence, &fresh.employee_evidence);
-  *this = std::move(fresh);
+  // Copy assignment from an empty object empties every text and list in
+  // place, keeping its memory, and sets everything else to its default.
+  static const Classification kEmpty;
+  *this = kEmpty;
 }
 
 ConnectionClassifier::ConnectionClassifier(GatewayConfig* config)
@@ -572,16 +545,31 @@ void ConnectionClassifier::IPObjects(bool explain, Classification* out) const {
 }
 
 void ConnectionClassifier::TimeObjects(const ConnectionRecord& record,
-                                       bool explain,
-                                       Classification* out) const {
+                                       bool explain, Classification* out) {
   const CTimeObjMgrConfig& mgr = config_->time_objects();
   const LocalTime& t = record.time;
-  out->time_object_mask =
+  const uint64_t mask =
       mgr.get_time_type(t.month - 1, t.day, t.hour, t.minute, t.weekday);
-  out->facts.time_objects = out->time_object_mask;
-  TimeObjectList(mgr, out->time_object_mask, &out->time_objects,
-                 explain ? &t : nullptr);
-  if (!explain) return;
+  out->time_object_mask = mask;
+  out->facts.time_objects = mask;
+  if (!explain) {
+    // Without evidence the list follows from the mask alone, and the
+    // configuration does not change while this object is used: each list
+    // is made once (a bounded number of them).
+    auto it = time_lists_.find(mask);
+    if (it == time_lists_.end()) {
+      std::vector<NamedId> list;
+      TimeObjectList(mgr, mask, &list, nullptr);
+      if (time_lists_.size() >= kMaxTimeLists) {
+        out->time_objects = std::move(list);
+        return;
+      }
+      it = time_lists_.emplace(mask, std::move(list)).first;
+    }
+    out->time_objects = it->second;
+    return;
+  }
+  TimeObjectList(mgr, mask, &out->time_objects, &t);
   char text[64];
   snprintf(text, sizeof(text), "%s %02d:%02d, %s", kWeekdays[t.weekday], t.hour,
            t.minute,

@@ -9,6 +9,7 @@
 #include <stdint.h>
 
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "address/AddressPredicates.h"
@@ -96,8 +97,7 @@ struct Classification {
   ConnectionFacts facts;
 
   // Back to a default-constructed state, keeping the memory of every text
-  // and list: one object serves a whole input. A member added above must
-  // be added to Reset() too.
+  // and list: one object serves a whole input.
   void Reset();
 };
 
@@ -121,12 +121,16 @@ class ConnectionClassifier {
   void Url(const ConnectionRecord& record, bool explain, Classification* out);
   void IPObjects(bool explain, Classification* out) const;
   void TimeObjects(const ConnectionRecord& record, bool explain,
-                   Classification* out) const;
+                   Classification* out);
   void Employee(bool explain, Classification* out);
   void UrlFacts(const URL_GROUP_TYPE& set, Classification* out) const;
 
+  // Lists of time objects already made, by mask.
+  static const size_t kMaxTimeLists = 4096;
+
   GatewayConfig* config_;
   const UserDefAppItem* app_item_ = nullptr;  // of the current record
+  std::unordered_map<uint64_t, std::vector<NamedId>> time_lists_;
 };
 
 // Single facts, asked the way Classify() asks them; the inspection
