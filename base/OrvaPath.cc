@@ -3,12 +3,12 @@
 #include <dlfcn.h>
 #include <stdlib.h>
 #include <string.h>
-#include <sys/stat.h>
+#include <unistd.h>
 
 namespace Orva {
 namespace {
 
-std::string Join(const std::string& dir, const char* name) {
+std::string Join(const std::string& dir, const std::string& name) {
   if (dir.empty()) return name;
   if (dir.back() == '/') return dir + name;
   return dir + "/" + name;
@@ -39,47 +39,68 @@ std::string ObjectDirectory() {
   return file.substr(0, slash);
 }
 
-bool IsDirectory(const std::string& path) {
-  struct stat st;
-  return stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+bool Exists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
+
+const char* Overridden() {
+  const char* dir = getenv("QUARN_MODULE_DIR");
+  return dir != nullptr && *dir != '\0' ? dir : nullptr;
+}
+
+// The installed data directory of a library in `object`, resolved; empty
+// when the build recorded none or it does not exist. The build gives it
+// relative to the library's directory, so an install stays usable
+// wherever its prefix is moved.
+std::string InstalledDataDirectory(const std::string& object) {
+#ifdef QUARN_DATA_FROM_MODULE
+  const std::string dir = Join(object, QUARN_DATA_FROM_MODULE);
+  char* resolved = realpath(dir.c_str(), nullptr);
+  if (resolved == nullptr) return std::string();
+  std::string path = resolved;
+  free(resolved);
+  return path;
+#else
+  (void)object;
+  return std::string();
+#endif
+}
+
+// Where the reference file `relative` ("ipt1.dat", "pat/proto_tree.xml")
+// is read from: in the module directory when QUARN_MODULE_DIR names it or
+// the file is there (beside the module); else in the installed data
+// directory when it is there; else the module directory's path, which then
+// names where the file was looked for.
+std::string DataFile(const std::string& relative) {
+  if (Overridden() != nullptr) return Join(GetModuleDirectory(), relative);
+  const std::string object = ObjectDirectory();
+  const std::string beside = Join(object, relative);
+  if (Exists(beside)) return beside;
+  const std::string data = InstalledDataDirectory(object);
+  if (!data.empty()) {
+    const std::string installed = Join(data, relative);
+    if (Exists(installed)) return installed;
+  }
+  return beside;
 }
 
 }  // namespace
 
 std::string GetModuleDirectory() {
-  const char* overridden = getenv("QUARN_MODULE_DIR");
-  if (overridden != nullptr && *overridden != '\0') {
+  const char* overridden = Overridden();
+  if (overridden != nullptr) {
     std::string dir = overridden;
     while (dir.size() > 1 && dir.back() == '/') dir.pop_back();
     return dir;
   }
-  const std::string object = ObjectDirectory();
-#ifdef QUARN_DATA_FROM_MODULE
-  // An installed library keeps its data in its own directory under the
-  // data root, which the build gives relative to the library's directory:
-  // the install stays usable wherever its prefix is moved. A library
-  // without that directory beside it (a build tree, a host that keeps the
-  // data next to its modules) reads the data beside itself.
-  const std::string installed = Join(object, QUARN_DATA_FROM_MODULE);
-  if (IsDirectory(installed)) {
-    char* resolved = realpath(installed.c_str(), nullptr);
-    if (resolved == nullptr) return installed;
-    std::string dir = resolved;
-    free(resolved);
-    return dir;
-  }
-#endif
-  return object;
+  return ObjectDirectory();
 }
 
 int GetModuleFullFileName(char* buffer, int size, const char* name) {
-  return CopyOut(Join(GetModuleDirectory(), name == nullptr ? "" : name),
-                 buffer, size);
+  return CopyOut(DataFile(name == nullptr ? "" : name), buffer, size);
 }
 
 std::string GetModuleOtherFileName(const char* place, const char* name) {
-  std::string dir = Join(GetModuleDirectory(), place == nullptr ? "" : place);
-  return Join(dir, name == nullptr ? "" : name);
+  return DataFile(
+      Join(place == nullptr ? "" : place, name == nullptr ? "" : name));
 }
 
 std::string GetFileNameFromFullName(const char* path) {

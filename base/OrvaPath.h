@@ -1,15 +1,13 @@
 // Paths of the library's reference files and small path helpers.
 //
-// The module directory is where the library's reference files, such as
-// "pat/proto_tree.xml" and "ipt1.dat", are looked up. It is, in order:
-//   - the directory the environment variable QUARN_MODULE_DIR names, when
-//     set and not empty;
-//   - the installed data directory ($datadir/quarn_common), found from the
-//     loaded libquarn_common.so's directory by the relative path the build
-//     recorded ("../../share/quarn_common" for /usr/lib/<triplet>), when
-//     that directory exists;
-//   - the directory of the loaded libquarn_common.so itself (a build tree
-//     keeps the data there).
+// The module directory is the directory of the loaded libquarn_common.so,
+// or the directory the environment variable QUARN_MODULE_DIR names when it
+// is set and not empty. Reference files such as "pat/proto_tree.xml" and
+// "ipt1.dat" are read beside the module: from the module directory. When
+// QUARN_MODULE_DIR is not set and a file is not beside the library, it is
+// read from the installed data directory ($datadir/quarn_common, found from
+// the library's directory by the relative path the build recorded, so a
+// moved install keeps working) when it is there.
 
 #ifndef QUARN_BASE_ORVAPATH_H_
 #define QUARN_BASE_ORVAPATH_H_
@@ -23,14 +21,14 @@ namespace Orva {
 // The module directory, without a trailing separator.
 QUARN_EXPORT std::string GetModuleDirectory();
 
-// Writes the full path of file `name` in the module directory into
+// Writes the full path of reference file `name` (see above) into
 // `buffer` (at most `size` bytes with the terminating zero). Returns 1, or
 // 0 when the path does not fit (the buffer then holds the empty text).
 QUARN_EXPORT int GetModuleFullFileName(char* buffer, int size,
                                        const char* name);
 
-// The full path of file `name` in the subdirectory `place` of the module
-// directory, e.g. ("pat", "proto_tree.xml").
+// The full path of reference file `name` in the subdirectory `place`
+// (see above), e.g. ("pat", "proto_tree.xml").
 QUARN_EXPORT std::string GetModuleOtherFileName(const char* place,
                                                 const char* name);
 

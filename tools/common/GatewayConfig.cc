@@ -203,7 +203,11 @@ void GatewayConfig::CheckAreas() {
                 {"ipt2.dat", GetInternetArea_Level2_First() >= 0}};
   for (const auto& table : tables) {
     if (table.loaded) continue;
-    const std::string path = Orva::GetModuleDirectory() + "/" + table.name;
+    char buffer[4096];
+    const std::string path =
+        Orva::GetModuleFullFileName(buffer, sizeof(buffer), table.name)
+            ? buffer
+            : Orva::GetModuleDirectory() + "/" + table.name;
     std::string why;
     if (Readable(path, &why)) why = "not a range table the library could load";
     Problem(path, why + "; internet areas will read as unknown");
