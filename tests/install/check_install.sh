@@ -21,6 +21,17 @@ export PKG_CONFIG_PATH="$libdir/pkgconfig"
 # reference data in the installed data directory: no environment variable.
 LD_LIBRARY_PATH="$libdir" env -u QUARN_MODULE_DIR "$work/consumer_pc"
 
+# A reference file beside the library is read before the installed one:
+# an unreadable protocol tree there makes the same host fail.
+mkdir "$libdir/pat"
+echo "not a protocol tree" >"$libdir/pat/proto_tree.xml"
+if LD_LIBRARY_PATH="$libdir" env -u QUARN_MODULE_DIR "$work/consumer_pc" \
+    2>/dev/null; then
+  echo "a protocol tree beside the library was not read first" >&2
+  exit 1
+fi
+rm -r "$libdir/pat"
+
 # Only $includedir itself goes on the include path: no subsystem folder.
 flags=$(pkg-config --cflags quarn_common)
 set -- $flags
